@@ -1,0 +1,125 @@
+#include "cli/ResultRendering.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QStringList>
+
+using namespace Qt::StringLiterals;
+
+namespace ResultRendering {
+namespace {
+
+QJsonValue optionalText(const std::optional<QString>& text) {
+    return text ? QJsonValue(*text) : QJsonValue(QJsonValue::Null);
+}
+
+QJsonValue optionalNumber(const std::optional<int>& number) {
+    return number ? QJsonValue(*number) : QJsonValue(QJsonValue::Null);
+}
+
+QJsonArray stringArray(const QStringList& strings) {
+    return QJsonArray::fromStringList(strings);
+}
+
+QJsonObject sectionJson(const DictionaryEntry::Section& section) {
+    QJsonArray subsenses;
+    for (const QStringList& list : section.subsenses)
+        subsenses.append(stringArray(list));
+    return {{u"label"_s, optionalText(section.label)},
+            {u"partOfSpeech"_s, optionalText(section.partOfSpeech)},
+            {u"senses"_s, stringArray(section.senses)},
+            {u"subsenses"_s, subsenses}};
+}
+
+QJsonObject entryJson(const DictionaryEntry& entry) {
+    QJsonArray sections;
+    for (const DictionaryEntry::Section& section : entry.sections)
+        sections.append(sectionJson(section));
+    return {{u"headword"_s, entry.headword},
+            {u"homographIndex"_s, optionalNumber(entry.homographIndex)},
+            {u"phonetic"_s, optionalText(entry.phonetic)},
+            {u"sections"_s, sections},
+            {u"rawFallback"_s, optionalText(entry.rawFallback)}};
+}
+
+QByteArray compact(const QJsonObject& object) {
+    return QJsonDocument(object).toJson(QJsonDocument::Compact);
+}
+
+// The entry's copy text without its first line, the headline.
+QString bodyOf(const DictionaryEntry& entry) {
+    const QString text = entry.copyText(entry.displayHeadword());
+    const qsizetype newline = text.indexOf(u'\n');
+    return newline < 0 ? QString() : text.sliced(newline + 1);
+}
+
+QString joinedLines(const QStringList& lines) {
+    QStringList kept = lines;
+    kept.removeAll(QString());
+    return kept.join(u'\n');
+}
+
+} // namespace
+
+QString plain(const LookupResult& result) {
+    if (result.isTranslation()) {
+        const QString headline =
+            result.phonetic ? result.term + u' ' + *result.phonetic : result.term;
+        return joinedLines({headline, result.source.name, result.translation});
+    }
+    // Headline, the source's name, the senses; further entries follow after a blank line.
+    QStringList blocks;
+    for (const DictionaryEntry& entry : result.source.entries) {
+        const QString headline = entry.headlineText(entry.displayHeadword());
+        const QString sourceName = blocks.isEmpty() ? result.source.name : QString();
+        blocks.append(joinedLines({headline, sourceName, bodyOf(entry)}));
+    }
+    return blocks.join(u"\n\n"_s);
+}
+
+QByteArray json(const LookupResult& result) {
+    QJsonArray entries;
+    for (const DictionaryEntry& entry : result.source.entries)
+        entries.append(entryJson(entry));
+    const bool translated = result.isTranslation();
+    return compact({
+        {u"term"_s, result.term},
+        {u"payload"_s, translated ? u"translation"_s : u"dictionary"_s},
+        {u"source"_s, QJsonObject{{u"id"_s, result.source.id},
+                                  {u"shortName"_s, result.source.shortName},
+                                  {u"name"_s, result.source.name}}},
+        {u"entries"_s, entries},
+        {u"translation"_s, translated ? QJsonValue(result.translation) : QJsonValue()},
+        {u"phonetic"_s, optionalText(result.phonetic)},
+        {u"copyText"_s, optionalText(result.copyAllText())},
+    });
+}
+
+QString plain(RejectReason reason) {
+    return RejectReasons::userFacing(reason);
+}
+
+QByteArray json(RejectReason reason) {
+    return compact({{u"rejected"_s, RejectReasons::caseName(reason)},
+                    {u"reason"_s, RejectReasons::description(reason)},
+                    {u"message"_s, RejectReasons::userFacing(reason)}});
+}
+
+QString plain(const LookupError& error) {
+    return error.localizedDescription();
+}
+
+QByteArray json(const LookupError& error) {
+    return compact({{u"error"_s, error.localizedDescription()}});
+}
+
+QString plain(QueryKind kind) {
+    return kind == QueryKind::word ? u"可以查询：单词"_s : u"可以查询：句子"_s;
+}
+
+QByteArray json(QueryKind kind) {
+    return compact({{u"kind"_s, kind == QueryKind::word ? u"word"_s : u"sentence"_s}});
+}
+
+} // namespace ResultRendering

@@ -1,0 +1,55 @@
+#include "core/CaptureFilter.h"
+
+#include "core/TextFilter.h"
+#include "core/UnicodeText.h"
+
+namespace CaptureFilter {
+namespace {
+
+// The rules that look only at the text, in the order they are tried.
+struct TextRule {
+    RejectReason reason;
+    bool (*breaks)(QStringView text);
+};
+
+constexpr TextRule kTextRules[] = {
+    {RejectReason::urlOrPath, TextFilter::looksLikeURLOrPath},
+    {RejectReason::sharedLink, TextFilter::looksLikeSharedLink},
+    {RejectReason::notEnglish, [](QStringView text) { return !TextFilter::looksLikeEnglish(text); }},
+    {RejectReason::secretLike, TextFilter::hasSecretPrefix},
+    {RejectReason::codeIdentifier, TextFilter::looksLikeCodeIdentifier},
+    {RejectReason::secretLike, TextFilter::looksLikeSecret},
+};
+
+} // namespace
+
+std::optional<RejectReason> firstRejection(const Capture& capture, const Settings& settings,
+                                           const std::optional<PreviousQuery>& previous,
+                                           const QDateTime& now) {
+    // Only copied text may be let through, and never for a reason outside the ignorable set:
+    // secrets, concealed text and the length limit always hold.
+    const bool lenient = capture.channel == Channel::clipboard && settings.showsEverything;
+    const auto enforced = [lenient](RejectReason reason) {
+        return !lenient || !TextFilter::ignorable().contains(reason);
+    };
+
+    const QString text = UnicodeText::trimmed(capture.text);
+    if (text.isEmpty())
+        return RejectReason::empty;
+    if (capture.isConcealed)
+        return RejectReason::concealed;
+    if (capture.channel == Channel::clipboard && capture.isRemote &&
+        enforced(RejectReason::remoteClipboard))
+        return RejectReason::remoteClipboard;
+    if (UnicodeText::characterCount(text) > TranslationLimits::characterLimit(settings.lengthLimit))
+        return RejectReason::tooLong;
+    if (previous && text == previous->text && previous->date.msecsTo(now) < duplicateWindowMs)
+        return RejectReason::duplicate;
+    for (const TextRule& rule : kTextRules) {
+        if (enforced(rule.reason) && rule.breaks(text))
+            return rule.reason;
+    }
+    return std::nullopt;
+}
+
+} // namespace CaptureFilter

@@ -1,0 +1,182 @@
+#include "core/UnicodeText.h"
+
+#include <unicode/brkiter.h>
+#include <unicode/uchar.h>
+#include <unicode/unistr.h>
+#include <unicode/utext.h>
+
+#include <memory>
+
+namespace UnicodeText {
+namespace {
+
+// Below U+0300 no code point extends, prepends or joins a cluster, so every code point
+// there is a character of its own, CR LF excepted. Most captured text takes this path.
+constexpr char16_t kFirstClusterSensitiveUnit = 0x0300;
+
+bool isSimpleText(QStringView text) {
+    for (QChar c : text) {
+        if (c.unicode() >= kFirstClusterSensitiveUnit)
+            return false;
+    }
+    return true;
+}
+
+icu::BreakIterator* characterBreaker() {
+    thread_local std::unique_ptr<icu::BreakIterator> breaker = [] {
+        UErrorCode status = U_ZERO_ERROR;
+        std::unique_ptr<icu::BreakIterator> made(
+            icu::BreakIterator::createCharacterInstance(icu::Locale::getRoot(), status));
+        return U_SUCCESS(status) ? std::move(made) : nullptr;
+    }();
+    return breaker.get();
+}
+
+} // namespace
+
+bool isWhiteSpace(char32_t codePoint) {
+    return u_hasBinaryProperty(static_cast<UChar32>(codePoint), UCHAR_WHITE_SPACE);
+}
+
+bool isLineBreak(char32_t codePoint) {
+    return (codePoint >= 0x0A && codePoint <= 0x0D) || codePoint == 0x85 || codePoint == 0x2028 ||
+           codePoint == 0x2029;
+}
+
+bool isHan(char32_t codePoint) {
+    return (codePoint >= 0x4E00 && codePoint <= 0x9FFF) ||
+           (codePoint >= 0x3400 && codePoint <= 0x4DBF);
+}
+
+QString trimmed(QStringView text) {
+    // White_Space lies entirely in the BMP, so unit-wise trimming is exact.
+    qsizetype begin = 0;
+    qsizetype end = text.size();
+    while (begin < end && isWhiteSpace(text[begin].unicode()))
+        ++begin;
+    while (end > begin && isWhiteSpace(text[end - 1].unicode()))
+        --end;
+    return text.sliced(begin, end - begin).toString();
+}
+
+bool containsWhiteSpace(QStringView text) {
+    for (QChar c : text) {
+        if (isWhiteSpace(c.unicode()))
+            return true;
+    }
+    return false;
+}
+
+bool containsLineBreak(QStringView text) {
+    for (QChar c : text) {
+        if (isLineBreak(c.unicode()))
+            return true;
+    }
+    return false;
+}
+
+bool containsHan(QStringView text) {
+    for (QChar c : text) {
+        if (isHan(c.unicode())) // both Han ranges are in the BMP
+            return true;
+    }
+    return false;
+}
+
+void forEachCharacter(QStringView text, const std::function<bool(QStringView)>& visit) {
+    const qsizetype size = text.size();
+    if (size == 0)
+        return;
+    icu::BreakIterator* breaker = isSimpleText(text) ? nullptr : characterBreaker();
+    if (!breaker) {
+        for (qsizetype i = 0; i < size;) {
+            const qsizetype length =
+                (text[i] == u'\r' && i + 1 < size && text[i + 1] == u'\n') ? 2 : 1;
+            if (!visit(text.sliced(i, length)))
+                return;
+            i += length;
+        }
+        return;
+    }
+    UErrorCode status = U_ZERO_ERROR;
+    UText* utext = utext_openUChars(nullptr, reinterpret_cast<const UChar*>(text.utf16()),
+                                    static_cast<int64_t>(size), &status);
+    if (U_FAILURE(status)) {
+        utext_close(utext);
+        return;
+    }
+    breaker->setText(utext, status);
+    int32_t start = breaker->first();
+    for (int32_t end = breaker->next(); end != icu::BreakIterator::DONE;
+         start = end, end = breaker->next()) {
+        if (!visit(text.sliced(start, end - start)))
+            break;
+    }
+    // Detach the iterator from the text before the UText goes away.
+    breaker->setText(icu::UnicodeString());
+    utext_close(utext);
+}
+
+qsizetype characterCount(QStringView text) {
+    if (isSimpleText(text)) {
+        qsizetype crlf = 0;
+        for (qsizetype i = 0; i + 1 < text.size(); ++i) {
+            if (text[i] == u'\r' && text[i + 1] == u'\n')
+                ++crlf;
+        }
+        return text.size() - crlf;
+    }
+    qsizetype count = 0;
+    forEachCharacter(text, [&count](QStringView) {
+        ++count;
+        return true;
+    });
+    return count;
+}
+
+QStringView leadingCharacters(QStringView text, qsizetype count) {
+    qsizetype units = 0;
+    qsizetype taken = 0;
+    if (count <= 0)
+        return text.first(0);
+    forEachCharacter(text, [&](QStringView character) {
+        units += character.size();
+        return ++taken < count;
+    });
+    return text.first(units);
+}
+
+char32_t firstCodePoint(QStringView character) {
+    if (character.isEmpty())
+        return 0;
+    const QChar first = character[0];
+    if (first.isHighSurrogate() && character.size() > 1 && character[1].isLowSurrogate())
+        return QChar::surrogateToUcs4(first, character[1]);
+    return first.unicode();
+}
+
+bool isLetter(QStringView character) {
+    return !character.isEmpty() &&
+           u_hasBinaryProperty(static_cast<UChar32>(firstCodePoint(character)), UCHAR_ALPHABETIC);
+}
+
+bool isAsciiLetter(QStringView character) {
+    if (character.size() != 1)
+        return false;
+    const char16_t unit = character[0].unicode();
+    return (unit >= u'a' && unit <= u'z') || (unit >= u'A' && unit <= u'Z');
+}
+
+QString lowercased(QStringView text) {
+    bool ascii = true;
+    for (QChar c : text)
+        ascii = ascii && c.unicode() < 0x80;
+    if (ascii)
+        return text.toString().toLower();
+    icu::UnicodeString unicode(reinterpret_cast<const UChar*>(text.utf16()),
+                               static_cast<int32_t>(text.size()));
+    unicode.toLower(icu::Locale::getRoot());
+    return QString(reinterpret_cast<const QChar*>(unicode.getBuffer()), unicode.length());
+}
+
+} // namespace UnicodeText

@@ -1,0 +1,63 @@
+// libFuzzer target: every text rule and the capture chain on arbitrary UTF-8.
+#include "core/CaptureFilter.h"
+#include "core/TextFilter.h"
+#include "core/UnicodeText.h"
+
+#include <cstdint>
+#include <cstdlib>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+void require(bool condition) {
+    if (!condition)
+        std::abort();
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    const QString text = QString::fromUtf8(reinterpret_cast<const char*>(data), qsizetype(size));
+
+    TextFilter::kind(text);
+    TextFilter::looksLikeURLOrPath(text);
+    TextFilter::looksLikeSharedLink(text);
+    TextFilter::looksLikeEnglish(text);
+    TextFilter::looksLikeIdentifier(text);
+    const qsizetype words = TextFilter::englishWordCount(text);
+    require(words >= 0 && words <= text.size() / 2);
+    UnicodeText::forEachCharacter(text, [](QStringView character) {
+        TextFilter::isCJK(character);
+        return true;
+    });
+
+    const bool prefixed = TextFilter::hasSecretPrefix(text);
+    const bool secret = TextFilter::looksLikeSecret(text);
+    require(!secret || !UnicodeText::containsWhiteSpace(text));
+    require(!prefixed || secret || UnicodeText::characterCount(text) < 12);
+
+    const QStringList segments = TextFilter::identifierSegments(text);
+    for (const QString& segment : segments)
+        require(!segment.isEmpty() && text.contains(segment));
+    require(!TextFilter::looksLikeCodeIdentifier(text) || segments.size() >= 2);
+
+    const QDateTime now = QDateTime::fromMSecsSinceEpoch(1'700'000'000'000, Qt::UTC);
+    const PreviousQuery previous{UnicodeText::trimmed(text), now.addSecs(-30)};
+    const CaptureFilter::Settings everything{TranslationLimit::standard, true};
+    for (const auto channel : {CaptureFilter::Channel::clipboard, CaptureFilter::Channel::onDemand}) {
+        const CaptureFilter::Capture capture{text, channel, false, true};
+        const auto strict = CaptureFilter::firstRejection(capture, {}, std::nullopt, now);
+        const auto lenient = CaptureFilter::firstRejection(capture, everything, std::nullopt, now);
+        // The setting only ever lets copied text through, and only for ignorable reasons.
+        if (channel == CaptureFilter::Channel::clipboard)
+            require(!lenient || !TextFilter::ignorable().contains(*lenient));
+        else
+            require(lenient == strict);
+        const auto repeated = CaptureFilter::firstRejection(capture, {}, previous, now);
+        require(!repeated || *repeated <= RejectReason::duplicate || repeated == strict);
+        require(CaptureFilter::firstRejection({text, channel, true}, {}, std::nullopt, now)
+                    .value_or(RejectReason::duplicate) <= RejectReason::concealed);
+    }
+    return 0;
+}
