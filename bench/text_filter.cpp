@@ -37,6 +37,18 @@ QString mixedChinese() {
         "rebuilding the library first. "_s);
 }
 
+// An emoji with a skin tone joins code points into one character, which takes the filter off
+// its fast path: the slowest realistic case.
+QString mixedChineseWithEmoji() {
+    return sized(
+        u"Our reading group met on Thursday (周四) 👍🏽 to discuss the word \"resilience\" "
+        u"(韧性), "
+        "which the author uses to describe how small towns recover after a flood. Someone "
+        "pointed out that the Chinese gloss 恢复力 is closer to the engineering sense, while "
+        "the essay means something warmer: neighbours lending tools, sharing meals, and "
+        "rebuilding the library first. "_s);
+}
+
 void runChain(benchmark::State& state, const QString& text) {
     const CaptureFilter::Capture capture{text, CaptureFilter::Channel::clipboard};
     const CaptureFilter::Settings settings;
@@ -60,9 +72,14 @@ void BM_ChainMixedChinese(benchmark::State& state) {
     runChain(state, mixedChinese());
 }
 
+void BM_ChainMixedChineseWithEmoji(benchmark::State& state) {
+    runChain(state, mixedChineseWithEmoji());
+}
+
 } // namespace
 
 BENCHMARK(BM_ChainEnglishProse)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_ChainMixedChinese)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_ChainMixedChineseWithEmoji)->Unit(benchmark::kMicrosecond);
 
 BENCHMARK_MAIN();

@@ -15,7 +15,10 @@ struct TextRule {
 constexpr TextRule kTextRules[] = {
     {RejectReason::urlOrPath, TextFilter::looksLikeURLOrPath},
     {RejectReason::sharedLink, TextFilter::looksLikeSharedLink},
-    {RejectReason::notEnglish, [](QStringView text) { return !TextFilter::looksLikeEnglish(text); }},
+    {RejectReason::notEnglish,
+     [](QStringView text) {
+         return !TextFilter::looksLikeEnglish(text);
+     }},
     {RejectReason::secretLike, TextFilter::hasSecretPrefix},
     {RejectReason::codeIdentifier, TextFilter::looksLikeCodeIdentifier},
     {RejectReason::secretLike, TextFilter::looksLikeSecret},
@@ -41,7 +44,9 @@ std::optional<RejectReason> firstRejection(const Capture& capture, const Setting
     if (capture.channel == Channel::clipboard && capture.isRemote &&
         enforced(RejectReason::remoteClipboard))
         return RejectReason::remoteClipboard;
-    if (UnicodeText::characterCount(text) > TranslationLimits::characterLimit(settings.lengthLimit))
+    // A character takes at least one UTF-16 unit, so only a text with more units is counted.
+    const qsizetype limit = TranslationLimits::characterLimit(settings.lengthLimit);
+    if (text.size() > limit && UnicodeText::characterCount(text) > limit)
         return RejectReason::tooLong;
     if (previous && text == previous->text && previous->date.msecsTo(now) < duplicateWindowMs)
         return RejectReason::duplicate;

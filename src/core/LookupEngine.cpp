@@ -7,7 +7,6 @@
 #include "dictionary/BundledDictionary.h"
 
 #include <QHash>
-
 #include <mutex>
 
 using namespace Qt::StringLiterals;

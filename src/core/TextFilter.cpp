@@ -4,7 +4,6 @@
 #include "core/UnicodeText.h"
 
 #include <unicode/uchar.h>
-
 #include <vector>
 
 using namespace Qt::StringLiterals;
@@ -14,9 +13,9 @@ namespace {
 
 // Tested in this order, case-sensitively.
 constexpr QStringView kSecretPrefixes[] = {
-    u"sk-",   u"sk_live_", u"sk_test_", u"pk_live_", u"rk_live_", u"ghp_",       u"gho_",
-    u"ghs_",  u"ghu_",     u"github_pat_", u"xoxb-", u"xoxp-",    u"xoxa-",      u"xapp-",
-    u"AKIA",  u"ASIA",     u"AIza",    u"eyJ",      u"-----BEGIN",
+    u"sk-",  u"sk_live_", u"sk_test_",    u"pk_live_", u"rk_live_",   u"ghp_",  u"gho_",
+    u"ghs_", u"ghu_",     u"github_pat_", u"xoxb-",    u"xoxp-",      u"xoxa-", u"xapp-",
+    u"AKIA", u"ASIA",     u"AIza",        u"eyJ",      u"-----BEGIN",
 };
 
 // Where a code identifier breaks into words, besides camel case.
@@ -68,14 +67,6 @@ const IcuRegex& drivePathExpression() {
     return expression;
 }
 
-template <size_t N> bool isOneOf(QStringView character, const QStringView (&set)[N]) {
-    for (QStringView member : set) {
-        if (character == member)
-            return true;
-    }
-    return false;
-}
-
 template <typename Visit> void forEachCodePoint(QStringView text, Visit visit) {
     for (qsizetype i = 0; i < text.size(); ++i) {
         char32_t codePoint = text[i].unicode();
@@ -88,77 +79,104 @@ template <typename Visit> void forEachCodePoint(QStringView text, Visit visit) {
     }
 }
 
-bool isLowerCase(QStringView character) {
-    return u_isULowercase(static_cast<UChar32>(UnicodeText::firstCodePoint(character)));
-}
+// No code point below U+0300 is Prepend, Extend, ZWJ or SpacingMark, nor an ideograph.
+constexpr char32_t kFirstJoiningCodePoint = 0x0300;
 
-bool isUpperCase(QStringView character) {
-    return u_isUUppercase(static_cast<UChar32>(UnicodeText::firstCodePoint(character)));
-}
-
-bool isDigit(QStringView character) {
-    return u_isdigit(static_cast<UChar32>(UnicodeText::firstCodePoint(character)));
-}
-
-bool isAsciiDigit(QChar unit) {
-    return unit >= u'0' && unit <= u'9';
+int clusterBreakClass(char32_t codePoint) {
+    if (codePoint < kFirstJoiningCodePoint)
+        return U_GCB_OTHER; // or a control, which joins nothing either
+    return u_getIntPropertyValue(static_cast<UChar32>(codePoint), UCHAR_GRAPHEME_CLUSTER_BREAK);
 }
 
 bool isAsciiLetter(QChar unit) {
     return (unit >= u'a' && unit <= u'z') || (unit >= u'A' && unit <= u'Z');
 }
 
-// Splits a token at the given separator characters and where a lower-case letter is followed
-// by an upper-case one; with `breakAfterDigits`, also where a digit is followed by an
-// upper-case letter ("utf8String"). Empty pieces are dropped.
-template <size_t N>
-std::vector<QStringView> splitToken(QStringView text, const QStringView (&separators)[N],
-                                    bool breakAfterDigits) {
-    std::vector<QStringView> pieces;
-    qsizetype start = 0;
+bool isAsciiDigit(QChar unit) {
+    return unit >= u'0' && unit <= u'9';
+}
+
+// What the token rules ask of one character, judged by its first code point.
+struct Traits {
+    bool letter = false;
+    bool lower = false;
+    bool upper = false;
+    bool digit = false;
+};
+
+Traits traitsOf(QStringView character) {
+    if (character.size() == 1 && character[0].unicode() < 0x80) { // most tokens: no ICU calls
+        const QChar unit = character[0];
+        return {isAsciiLetter(unit), unit >= u'a' && unit <= u'z', unit >= u'A' && unit <= u'Z',
+                isAsciiDigit(unit)};
+    }
+    const auto codePoint = static_cast<UChar32>(UnicodeText::firstCodePoint(character));
+    return {bool(u_hasBinaryProperty(codePoint, UCHAR_ALPHABETIC)), bool(u_isULowercase(codePoint)),
+            bool(u_isUUppercase(codePoint)), bool(u_isdigit(codePoint))};
+}
+
+// Every separator is one UTF-16 unit, so comparing units is enough.
+template <size_t N> bool isOneOf(QStringView character, const QStringView (&set)[N]) {
+    if (character.size() != 1)
+        return false;
+    for (QStringView member : set) {
+        if (member.front() == character.front())
+            return true;
+    }
+    return false;
+}
+
+// Walks the characters of a token that is cut into segments at `separators` and where a
+// lower-case letter is followed by an upper-case one; with `breakAfterDigits`, also where a digit
+// is followed by an upper-case letter ("utf8String"). Separators are not visited; `visit` gets
+// each other character with its position and whether it opens a segment, and returns whether
+// to go on. Judging while walking lets the rules stop at the first character that decides.
+// `visit` must not walk characters itself: character walks share one segmenter and do not nest.
+template <size_t N, typename Visit>
+void walkSegments(QStringView text, const QStringView (&separators)[N], bool breakAfterDigits,
+                  Visit visit) {
     qsizetype position = 0;
+    bool opens = true;
     bool breaksBeforeUpper = false;
-    const auto cut = [&](qsizetype end) {
-        if (end > start)
-            pieces.push_back(text.sliced(start, end - start));
-    };
     UnicodeText::forEachCharacter(text, [&](QStringView character) {
-        if (isOneOf(character, separators)) {
-            cut(position);
-            start = position + character.size();
-            breaksBeforeUpper = false;
-        } else {
-            if (breaksBeforeUpper && isUpperCase(character)) {
-                cut(position);
-                start = position;
-            }
-            breaksBeforeUpper =
-                isLowerCase(character) || (breakAfterDigits && isDigit(character));
-        }
+        const qsizetype at = position;
         position += character.size();
-        return true;
+        if (isOneOf(character, separators)) {
+            opens = true;
+            breaksBeforeUpper = false;
+            return true;
+        }
+        const Traits traits = traitsOf(character);
+        const bool opensHere = opens || (breaksBeforeUpper && traits.upper);
+        opens = false;
+        breaksBeforeUpper = traits.lower || (breakAfterDigits && traits.digit);
+        return visit(character, traits, opensHere, at);
     });
-    cut(position);
-    return pieces;
 }
 
-bool consistsOfLetters(QStringView text) {
-    bool letters = true;
-    UnicodeText::forEachCharacter(text, [&letters](QStringView character) {
-        letters = UnicodeText::isLetter(character);
-        return letters;
-    });
-    return letters;
+bool isVowel(QStringView character) {
+    if (character.size() == 1 && character[0].unicode() < 0x80)
+        return kVowels.contains(character[0].toLower());
+    const QString lower = UnicodeText::lowercased(character);
+    for (QChar vowel : kVowels) {
+        if (lower.contains(vowel))
+            return true;
+    }
+    return false;
 }
 
-// ASCII letters, then ASCII digits; either may be missing ("get", "x86", "64").
-bool isLettersThenDigits(QStringView part) {
-    qsizetype i = 0;
-    while (i < part.size() && isAsciiLetter(part[i]))
-        ++i;
-    while (i < part.size() && isAsciiDigit(part[i]))
-        ++i;
-    return i == part.size();
+// Whether the text before the first "/" is made of the characters of a host name, with a dot,
+// as the domain expression needs.
+bool couldBeHost(QStringView text) {
+    const qsizetype slash = text.indexOf(u'/');
+    const QStringView host = slash < 0 ? text : text.first(slash);
+    bool dotted = false;
+    for (QChar unit : host) {
+        dotted = dotted || unit == u'.';
+        if (!(unit == u'.' || unit == u'-' || isAsciiDigit(unit) || (unit >= u'a' && unit <= u'z')))
+            return false;
+    }
+    return dotted;
 }
 
 } // namespace
@@ -189,17 +207,26 @@ bool looksLikeURLOrPath(QStringView text) {
     if (UnicodeText::containsLineBreak(text))
         return false;
     const QString trimmed = UnicodeText::trimmed(text);
-    if (schemeExpression().matches(trimmed) || emailExpression().matches(trimmed))
+    // The expressions backtrack over a whole long token before they fail; testing first for the
+    // text they cannot match without spares that.
+    if (trimmed.contains(u"://") && schemeExpression().matches(trimmed))
+        return true;
+    if (trimmed.contains(u'@') && emailExpression().matches(trimmed))
         return true;
     if (trimmed.startsWith(u'/') || trimmed.startsWith(u"~/") ||
         drivePathExpression().matches(trimmed))
         return true;
     if (UnicodeText::containsWhiteSpace(trimmed))
         return false;
-    return trimmed.startsWith(u"www.") || domainExpression().matches(trimmed);
+    if (trimmed.startsWith(u"www."))
+        return true;
+    return couldBeHost(trimmed) && domainExpression().matches(trimmed);
 }
 
 bool looksLikeSharedLink(QStringView text) {
+    // Every link starts so; the expression alone would try a match at each "h" of the text.
+    if (!text.contains(u"http"))
+        return false;
     const std::vector<IcuRegex::Match> links = linkExpression().findAll(text);
     if (links.empty())
         return false;
@@ -214,71 +241,119 @@ bool looksLikeSharedLink(QStringView text) {
     remainder += text.sliced(from);
     if (englishWordCount(remainder) >= kSharedLinkWordLimit)
         return false;
-    const bool proseBefore = englishWordCount(text.first(links.front().start)) >= kProseWordsAroundLink;
-    const bool proseAfter = englishWordCount(text.sliced(links.back().end)) >= kProseWordsAroundLink;
+    const bool proseBefore =
+        englishWordCount(text.first(links.front().start)) >= kProseWordsAroundLink;
+    const bool proseAfter =
+        englishWordCount(text.sliced(links.back().end)) >= kProseWordsAroundLink;
     return !(proseBefore && proseAfter);
 }
 
 bool looksLikeEnglish(QStringView text) {
+    // Segmenting into characters is the slow part of the chain, so the two counts come from the
+    // neighbours of each code point instead. An ASCII letter is a character of its own unless a
+    // Prepend code point precedes it or an Extend, ZWJ or SpacingMark one follows it. An
+    // ideograph of cluster-break class Other never shares a character with another ideograph.
     qsizetype asciiLetters = 0;
     qsizetype cjkCharacters = 0;
-    UnicodeText::forEachCharacter(text, [&](QStringView character) {
-        if (UnicodeText::isAsciiLetter(character))
-            ++asciiLetters;
-        else if (isCJK(character))
+    bool pendingLetter = false;
+    bool afterPrepend = false;
+    bool oddIdeograph = false;
+    forEachCodePoint(text, [&](char32_t codePoint) {
+        if (UnicodeText::isHan(codePoint)) { // an ideograph of class Other: the common case
+            if (pendingLetter)
+                ++asciiLetters;
+            pendingLetter = afterPrepend = false;
             ++cjkCharacters;
-        return true;
+            return true;
+        }
+        const int breakClass = clusterBreakClass(codePoint);
+        const bool extendsPrevious = breakClass == U_GCB_EXTEND || breakClass == U_GCB_ZWJ ||
+                                     breakClass == U_GCB_SPACING_MARK;
+        if (pendingLetter && !extendsPrevious)
+            ++asciiLetters;
+        pendingLetter = codePoint < 0x80 && isAsciiLetter(QChar(codePoint)) && !afterPrepend;
+        if (codePoint >= kFirstJoiningCodePoint &&
+            u_hasBinaryProperty(static_cast<UChar32>(codePoint), UCHAR_IDEOGRAPHIC)) {
+            oddIdeograph = breakClass != U_GCB_OTHER;
+            ++cjkCharacters;
+        }
+        afterPrepend = breakClass == U_GCB_PREPEND;
+        return !oddIdeograph;
     });
+    if (pendingLetter)
+        ++asciiLetters;
+    if (oddIdeograph) { // a few ideographs are combining marks: segment for real
+        asciiLetters = 0;
+        cjkCharacters = 0;
+        UnicodeText::forEachCharacter(text, [&](QStringView character) {
+            if (UnicodeText::isAsciiLetter(character))
+                ++asciiLetters;
+            else if (isCJK(character))
+                ++cjkCharacters;
+            return true;
+        });
+    }
     return asciiLetters > 0 && asciiLetters >= kAsciiLettersPerCJK * cjkCharacters;
 }
 
 bool hasSecretPrefix(QStringView text) {
-    if (UnicodeText::containsWhiteSpace(text))
-        return false;
     for (QStringView prefix : kSecretPrefixes) {
         if (text.startsWith(prefix))
-            return true;
+            return !UnicodeText::containsWhiteSpace(text);
     }
     return false;
 }
 
 bool looksLikeCodeIdentifier(QStringView text) {
-    if (UnicodeText::containsWhiteSpace(text))
-        return false;
-    const std::vector<QStringView> segments =
-        splitToken(text, kIdentifierSeparators, /*breakAfterDigits=*/false);
-    if (segments.size() < 2)
-        return false;
-    for (QStringView segment : segments) {
-        if (!consistsOfLetters(segment))
-            return false;
-    }
+    // White space is no letter, so the walk below also refuses text with white space.
+    qsizetype segments = 0;
     qsizetype wordLikeSegments = 0;
+    qsizetype length = 0; // of the current segment, in characters
+    bool vowel = false;
     bool readsAsWords = false;
-    for (QStringView segment : segments) {
-        const qsizetype length = UnicodeText::characterCount(segment);
-        if (length < 2)
-            continue;
-        ++wordLikeSegments;
-        if (length > 2) {
-            const QString lower = UnicodeText::lowercased(segment);
-            for (QChar vowel : kVowels)
-                readsAsWords = readsAsWords || lower.contains(vowel);
-        }
-    }
-    return wordLikeSegments >= 2 && readsAsWords;
+    bool lettersOnly = true;
+    const auto closeSegment = [&] {
+        wordLikeSegments += length >= 2 ? 1 : 0;
+        readsAsWords = readsAsWords || (length > 2 && vowel);
+        length = 0;
+        vowel = false;
+    };
+    walkSegments(text, kIdentifierSeparators, false,
+                 [&](QStringView character, const Traits& traits, bool opens, qsizetype) {
+                     lettersOnly = traits.letter;
+                     if (!lettersOnly)
+                         return false;
+                     if (opens) {
+                         closeSegment();
+                         ++segments;
+                     }
+                     ++length;
+                     vowel = vowel || isVowel(character);
+                     return true;
+                 });
+    closeSegment();
+    return lettersOnly && segments >= 2 && wordLikeSegments >= 2 && readsAsWords;
 }
 
 bool looksLikeIdentifier(QStringView text) {
     if (text.isEmpty() || !(isAsciiLetter(text[0]) || text[0] == u'_'))
         return false;
-    // Parts break at digit-to-upper changes too, so "base64Encoded" reads as three parts while
-    // a random key still has a part with letters after digits ("B3x").
-    for (QStringView part : splitToken(text, kIdentifierShapeSeparators, true)) {
-        if (!isLettersThenDigits(part))
-            return false;
-    }
-    return true;
+    // Every part is ASCII letters, then ASCII digits, either may be missing ("get", "x86", "64").
+    // Parts break at digit-to-upper changes too, so "base64Encoded" reads as three parts while a
+    // random key still has a part with letters after digits ("B3x").
+    bool shaped = true;
+    bool inDigits = false;
+    walkSegments(text, kIdentifierShapeSeparators, true,
+                 [&](QStringView character, const Traits&, bool opens, qsizetype) {
+                     const QChar unit = character.size() == 1 ? character[0] : QChar();
+                     inDigits = !opens && inDigits;
+                     if (isAsciiDigit(unit))
+                         inDigits = true;
+                     else
+                         shaped = isAsciiLetter(unit) && !inDigits;
+                     return shaped;
+                 });
+    return shaped;
 }
 
 bool looksLikeSecret(QStringView text) {
@@ -295,20 +370,24 @@ bool looksLikeSecret(QStringView text) {
     bool upper = false;
     bool digit = false;
     bool other = false;
+    const auto mixed = [&] {
+        const int classes = int(lower) + int(upper) + int(digit) + int(other);
+        return classes >= kSecretCharacterClasses ||
+               (length >= kShortestLetterDigitKey && (lower || upper) && digit);
+    };
     UnicodeText::forEachCharacter(text, [&](QStringView character) {
-        if (isLowerCase(character))
+        const Traits traits = traitsOf(character);
+        if (traits.lower)
             lower = true;
-        else if (isUpperCase(character))
+        else if (traits.upper)
             upper = true;
-        else if (isDigit(character))
+        else if (traits.digit)
             digit = true;
         else
-            other = true;
-        return true;
+            other = true; // caseless letters too
+        return !mixed();
     });
-    const int classes = int(lower) + int(upper) + int(digit) + int(other);
-    return classes >= kSecretCharacterClasses ||
-           (length >= kShortestLetterDigitKey && (lower || upper) && digit);
+    return mixed();
 }
 
 bool isCJK(QStringView character) {
@@ -337,8 +416,19 @@ qsizetype englishWordCount(QStringView text) {
 
 QStringList identifierSegments(QStringView text) {
     QStringList segments;
-    for (QStringView segment : splitToken(text, kIdentifierSeparators, false))
-        segments.append(segment.toString());
+    qsizetype start = -1;
+    qsizetype end = 0;
+    walkSegments(text, kIdentifierSeparators, false,
+                 [&](QStringView character, const Traits&, bool opens, qsizetype at) {
+                     if (opens && start >= 0)
+                         segments.append(text.sliced(start, end - start).toString());
+                     if (opens)
+                         start = at;
+                     end = at + character.size();
+                     return true;
+                 });
+    if (start >= 0)
+        segments.append(text.sliced(start, end - start).toString());
     return segments;
 }
 

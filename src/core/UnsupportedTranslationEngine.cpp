@@ -7,7 +7,7 @@ TranslationAssetStatus UnsupportedTranslationEngine::assetStatus() const {
 }
 
 QCoro::Task<TranslationOutcome> UnsupportedTranslationEngine::translate(QString,
-                                                                         CancellationToken token) {
+                                                                        CancellationToken token) {
     if (token.isCancelled())
         co_return Cancelled{};
     co_return TranslationFailure{u"翻译服务不可用"_s};

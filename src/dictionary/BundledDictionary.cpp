@@ -9,16 +9,15 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr const char* kWordQuery = "SELECT word, phonetic, translation, pos FROM words WHERE word = ? LIMIT 1";
+constexpr const char* kWordQuery =
+    "SELECT word, phonetic, translation, pos FROM words WHERE word = ? LIMIT 1";
 constexpr const char* kLemmaQuery = "SELECT lemma FROM forms WHERE form = ? LIMIT 1";
 
-// NULL and the empty text both read as absent.
 std::optional<QString> columnText(sqlite3_stmt* statement, int column) {
     const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(statement, column));
-    const int bytes = sqlite3_column_bytes(statement, column);
-    if (!text || bytes == 0)
+    if (!text)
         return std::nullopt;
-    return QString::fromUtf8(text, bytes);
+    return QString::fromUtf8(text, sqlite3_column_bytes(statement, column));
 }
 
 // A prepared statement that is finalised however the call ends.
@@ -94,12 +93,9 @@ std::optional<BundledEntryBuilder::Row> BundledDictionary::fetch(const QString& 
     Statement statement(db, kWordQuery);
     if (!statement.step(word))
         return std::nullopt;
-    BundledEntryBuilder::Row row;
-    row.word = columnText(statement.get(), 0).value_or(word);
-    row.phonetic = columnText(statement.get(), 1);
-    row.translation = columnText(statement.get(), 2).value_or(QString());
-    row.pos = columnText(statement.get(), 3);
-    return row;
+    sqlite3_stmt* found = statement.get();
+    return BundledEntryBuilder::rowFromColumns(word, columnText(found, 0), columnText(found, 1),
+                                               columnText(found, 2), columnText(found, 3));
 }
 
 std::optional<QString> BundledDictionary::lemma(const QString& form) const {
@@ -110,7 +106,10 @@ std::optional<QString> BundledDictionary::lemma(const QString& form) const {
     Statement statement(db, kLemmaQuery);
     if (!statement.step(form))
         return std::nullopt;
-    return columnText(statement.get(), 0);
+    auto found = columnText(statement.get(), 0);
+    if (!found || found->isEmpty())
+        return std::nullopt;
+    return found;
 }
 
 QList<DictionaryEntry> BundledDictionary::lookup(QStringView word) const {

@@ -65,13 +65,13 @@ const IcuRegex& bracketedTagPrefix() {
 
 const QHash<QString, QString>& partOfSpeechMap() {
     static const QHash<QString, QString> map{
-        {u"n"_s, u"名词"_s},        {u"v"_s, u"动词"_s},       {u"vt"_s, u"及物动词"_s},
-        {u"vi"_s, u"不及物动词"_s}, {u"a"_s, u"形容词"_s},     {u"adj"_s, u"形容词"_s},
-        {u"ad"_s, u"副词"_s},       {u"adv"_s, u"副词"_s},     {u"prep"_s, u"介词"_s},
-        {u"u"_s, u"不可数名词"_s},  {u"c"_s, u"可数名词"_s},   {u"conj"_s, u"连词"_s},
-        {u"pron"_s, u"代词"_s},     {u"int"_s, u"感叹词"_s},   {u"interj"_s, u"感叹词"_s},
-        {u"num"_s, u"数词"_s},      {u"art"_s, u"冠词"_s},     {u"aux"_s, u"助动词"_s},
-        {u"abbr"_s, u"缩写"_s},     {u"pref"_s, u"前缀"_s},    {u"suf"_s, u"后缀"_s},
+        {u"n"_s, u"名词"_s},        {u"v"_s, u"动词"_s},     {u"vt"_s, u"及物动词"_s},
+        {u"vi"_s, u"不及物动词"_s}, {u"a"_s, u"形容词"_s},   {u"adj"_s, u"形容词"_s},
+        {u"ad"_s, u"副词"_s},       {u"adv"_s, u"副词"_s},   {u"prep"_s, u"介词"_s},
+        {u"u"_s, u"不可数名词"_s},  {u"c"_s, u"可数名词"_s}, {u"conj"_s, u"连词"_s},
+        {u"pron"_s, u"代词"_s},     {u"int"_s, u"感叹词"_s}, {u"interj"_s, u"感叹词"_s},
+        {u"num"_s, u"数词"_s},      {u"art"_s, u"冠词"_s},   {u"aux"_s, u"助动词"_s},
+        {u"abbr"_s, u"缩写"_s},     {u"pref"_s, u"前缀"_s},  {u"suf"_s, u"后缀"_s},
         {u"pl"_s, u"复数"_s},
     };
     return map;
@@ -85,6 +85,17 @@ QString localizedTag(const QString& tag) {
         {u"电"_s, u"电学"_s},   {u"建"_s, u"建筑"_s}, {u"网络"_s, u"网络"_s},
     };
     return tags.value(tag, tag);
+}
+
+Row rowFromColumns(const QString& asked, std::optional<QString> word,
+                   std::optional<QString> phonetic, std::optional<QString> translation,
+                   std::optional<QString> pos) {
+    // An empty column says no more than a NULL one.
+    auto present = [](std::optional<QString> text) {
+        return text && !text->isEmpty() ? std::move(text) : std::nullopt;
+    };
+    return Row{present(std::move(word)).value_or(asked), present(std::move(phonetic)),
+               present(std::move(translation)).value_or(QString()), present(std::move(pos))};
 }
 
 PartOfSpeechSplit splitPartOfSpeech(QStringView line) {
@@ -148,7 +159,8 @@ DictionaryEntry entry(const Row& row, const std::optional<QString>& viaForm) {
         QStringList senses = splitSenses(split.rest);
         if (senses.isEmpty())
             continue; // a bare "n." says nothing
-        made.sections.append(DictionaryEntry::Section{std::nullopt, split.tag, std::move(senses), {}});
+        made.sections.append(
+            DictionaryEntry::Section{std::nullopt, split.tag, std::move(senses), {}});
     }
 
     if (viaForm && !made.sections.isEmpty()) {

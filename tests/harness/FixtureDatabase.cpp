@@ -5,7 +5,8 @@
 
 using namespace Qt::StringLiterals;
 
-FixtureDatabase::FixtureDatabase(const QString& sql) : m_path(m_dir.filePath(u"dictionary.sqlite"_s)) {
+FixtureDatabase::FixtureDatabase(const QString& sql)
+    : m_path(m_dir.filePath(u"dictionary.sqlite"_s)) {
     sqlite3* db = nullptr;
     const QByteArray file = m_path.toUtf8();
     EXPECT_EQ(sqlite3_open(file.constData(), &db), SQLITE_OK);
@@ -18,6 +19,7 @@ FixtureDatabase::FixtureDatabase(const QString& sql) : m_path(m_dir.filePath(u"d
 }
 
 QString FixtureDatabase::schema() {
-    return u"CREATE TABLE words(word TEXT PRIMARY KEY, phonetic TEXT, translation TEXT, pos TEXT) WITHOUT ROWID;"
+    return u"CREATE TABLE words(word TEXT PRIMARY KEY, phonetic TEXT, translation TEXT, pos TEXT) "
+           u"WITHOUT ROWID;"
            "CREATE TABLE forms(form TEXT PRIMARY KEY, lemma TEXT) WITHOUT ROWID;"_s;
 }

@@ -1,5 +1,4 @@
 #include <QCoreApplication>
-
 #include <gtest/gtest.h>
 
 // Tests run with a Qt application object, so event loops (and coroutines awaiting timers)

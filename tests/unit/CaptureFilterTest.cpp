@@ -1,4 +1,5 @@
 #include "core/CaptureFilter.h"
+
 #include "core/TextFilter.h"
 
 #include <gtest/gtest.h>
@@ -56,9 +57,9 @@ TEST(CaptureFilter, concealedTextIsRefusedBeforeItsContentIsJudged) {
     EXPECT_EQ(CaptureFilter::firstRejection({u"hunter2"_s, Channel::onDemand, true}, {},
                                             std::nullopt, now),
               RejectReason::concealed);
-    EXPECT_EQ(CaptureFilter::firstRejection({u"  "_s, Channel::clipboard, true}, {}, std::nullopt,
-                                            now),
-              RejectReason::empty);
+    EXPECT_EQ(
+        CaptureFilter::firstRejection({u"  "_s, Channel::clipboard, true}, {}, std::nullopt, now),
+        RejectReason::empty);
 }
 
 TEST(CaptureFilter, lengthLimitCountsCharacters) {
@@ -69,7 +70,8 @@ TEST(CaptureFilter, lengthLimitCountsCharacters) {
     EXPECT_EQ(check(prose(5000), Channel::onDemand, longLimit), std::nullopt);
     EXPECT_EQ(check(prose(5001), Channel::onDemand, longLimit), RejectReason::tooLong);
     // One character each, several UTF-16 units: a combining accent, a skin tone, a ZWJ family.
-    const QString clusters = u" e\u0301 \U0001F44D\U0001F3FD \U0001F469\u200D\U0001F469\u200D\U0001F467"_s;
+    const QString clusters =
+        u" e\u0301 \U0001F44D\U0001F3FD \U0001F469\u200D\U0001F469\u200D\U0001F467"_s;
     EXPECT_EQ(check(prose(2000 - 6) + clusters), std::nullopt);
     EXPECT_EQ(check(prose(2001 - 6) + clusters), RejectReason::tooLong);
 }

@@ -1,11 +1,12 @@
 #include "core/LookupEngine.h"
+
 #include "core/TranslationEngine.h"
 #include "dictionary/BundledDictionary.h"
 #include "harness/FixtureDatabase.h"
+#include "harness/QtPrinters.h"
 
 #include <QCoroTimer>
 #include <QTimer>
-
 #include <gtest/gtest.h>
 
 using namespace Qt::StringLiterals;
@@ -116,11 +117,10 @@ protected:
     }
 };
 
-const LookupResult& resultOf(const LookupOutcome& outcome) {
+LookupResult resultOf(const LookupOutcome& outcome) {
     EXPECT_TRUE(std::holds_alternative<LookupResult>(outcome));
-    static const LookupResult none;
     const auto* result = std::get_if<LookupResult>(&outcome);
-    return result ? *result : none;
+    return result ? *result : LookupResult{};
 }
 
 QString errorTextOf(const LookupOutcome& outcome) {
@@ -131,7 +131,7 @@ QString errorTextOf(const LookupOutcome& outcome) {
 } // namespace
 
 TEST_F(LookupEngineTest, BundledWordAnswersWithoutTranslating) {
-    const LookupResult& result = resultOf(lookUp(u"  hello\n"_s));
+    const LookupResult result = resultOf(lookUp(u"  hello\n"_s));
     EXPECT_EQ(result.term, u"hello"_s);
     EXPECT_EQ(result.payload, LookupResult::Payload::dictionary);
     EXPECT_EQ(result.source.id, u"bundled"_s);
@@ -143,7 +143,7 @@ TEST_F(LookupEngineTest, BundledWordAnswersWithoutTranslating) {
 }
 
 TEST_F(LookupEngineTest, InflectedFormReachesItsLemma) {
-    const LookupResult& result = resultOf(lookUp(u"Went"_s));
+    const LookupResult result = resultOf(lookUp(u"Went"_s));
     EXPECT_EQ(result.term, u"Went"_s);
     ASSERT_EQ(result.source.entries.size(), 1);
     EXPECT_EQ(result.source.entries[0].headword, u"go"_s);
@@ -154,7 +154,7 @@ TEST_F(LookupEngineTest, CrossReferenceStubYieldsToRealAnswerLaterInOrder) {
     addSystemDictionary(u"stardict:oxford-zh"_s);
     catalog.definitions.insert(u"stardict:oxford-zh/colour"_s, u"colour|颜色;色彩"_s);
 
-    const LookupResult& result = resultOf(lookUp(u"colour"_s));
+    const LookupResult result = resultOf(lookUp(u"colour"_s));
     EXPECT_EQ(result.source.id, u"stardict:oxford-zh"_s);
     EXPECT_EQ(result.source.name, u"stardict:oxford-zh 全名"_s);
 
@@ -165,7 +165,7 @@ TEST_F(LookupEngineTest, CrossReferenceStubYieldsToRealAnswerLaterInOrder) {
 }
 
 TEST_F(LookupEngineTest, StubIsShownWhenNothingBetterExists) {
-    const LookupResult& result = resultOf(lookUp(u"colour"_s));
+    const LookupResult result = resultOf(lookUp(u"colour"_s));
     EXPECT_EQ(result.source.id, u"bundled"_s);
     EXPECT_TRUE(translator.asked.isEmpty());
 }
@@ -199,7 +199,7 @@ TEST_F(LookupEngineTest, ChineseToEnglishEntriesAreDropped) {
     addSystemDictionary(u"dictd:both-ways"_s);
     catalog.definitions.insert(u"dictd:both-ways/bank"_s,
                                u"银行|bank\n123|number\nbank|银行;河岸"_s);
-    const LookupResult& result = resultOf(lookUp(u"bank"_s));
+    const LookupResult result = resultOf(lookUp(u"bank"_s));
     ASSERT_EQ(result.source.entries.size(), 1);
     EXPECT_EQ(result.source.entries[0].headword, u"bank"_s);
 }
@@ -218,7 +218,7 @@ TEST_F(LookupEngineTest, WholeSystemAnswerStandsInOnceWithoutPerDictionaryAccess
 TEST_F(LookupEngineTest, SentenceIsTranslatedWithoutPhonetic) {
     catalog.wholeSystem.insert(u"good morning"_s, u"good morning||/ɡʊd/"_s);
     translator.answer = u"早上好"_s;
-    const LookupResult& result = resultOf(lookUp(u"good morning"_s));
+    const LookupResult result = resultOf(lookUp(u"good morning"_s));
     EXPECT_EQ(result.payload, LookupResult::Payload::translation);
     EXPECT_EQ(result.source.id, u"translation"_s);
     EXPECT_EQ(result.source.shortName, u"翻译"_s);
@@ -232,7 +232,7 @@ TEST_F(LookupEngineTest, UnknownWordIsTranslatedWithTrustedPhonetic) {
     catalog.perDictionary = true;
     catalog.wholeSystem.insert(u"zyzzyva"_s, u"象鼻虫|weevil|/x/\nzyzzyva|象鼻虫|/ˈzɪzɪvə/"_s);
     translator.answer = u"象鼻虫"_s;
-    const LookupResult& result = resultOf(lookUp(u"zyzzyva"_s));
+    const LookupResult result = resultOf(lookUp(u"zyzzyva"_s));
     EXPECT_EQ(result.translation, u"象鼻虫"_s);
     EXPECT_EQ(result.phonetic, u"/ˈzɪzɪvə/"_s);
 }
@@ -240,7 +240,8 @@ TEST_F(LookupEngineTest, UnknownWordIsTranslatedWithTrustedPhonetic) {
 TEST_F(LookupEngineTest, WordGivenBackUnchangedIsNotFound) {
     for (const QString& echoed : {u"Qwzx"_s, u"QWZX"_s, u"qwzx\n"_s}) {
         translator.answer = echoed;
-        EXPECT_EQ(errorTextOf(lookUp(u"qwzx"_s)), u"词典和翻译里都没有「qwzx」。"_s) << echoed;
+        EXPECT_EQ(errorTextOf(lookUp(u"qwzx"_s)), u"词典和翻译里都没有「qwzx」。"_s)
+            << echoed.toStdString();
     }
 }
 
@@ -249,8 +250,8 @@ TEST_F(LookupEngineTest, FailedTranslationMessageDependsOnAssetState) {
     EXPECT_EQ(errorTextOf(lookUp(u"hello world"_s)), u"未能翻译，请再试一次。"_s);
     EXPECT_EQ(loggedErrors, QStringList{u"翻译失败：翻译超时，请稍后再试"_s});
 
-    for (auto status : {TranslationAssetStatus::supportedNotDownloaded,
-                        TranslationAssetStatus::unsupported}) {
+    for (auto status :
+         {TranslationAssetStatus::supportedNotDownloaded, TranslationAssetStatus::unsupported}) {
         translator.status = status;
         EXPECT_EQ(errorTextOf(lookUp(u"hello world"_s)),
                   u"整句翻译需要本地翻译模型，可在「设置 › 词典与翻译」下载。"_s);

@@ -1,7 +1,6 @@
 #include "core/TextFilter.h"
 
 #include <gtest/gtest.h>
-
 #include <initializer_list>
 
 using namespace Qt::StringLiterals;
@@ -27,9 +26,9 @@ QString words(int count) {
 
 // Every key prefix the filter knows, in its order.
 const QString kSecretPrefixes[] = {
-    u"sk-"_s,   u"sk_live_"_s, u"sk_test_"_s, u"pk_live_"_s,    u"rk_live_"_s,
-    u"ghp_"_s,  u"gho_"_s,     u"ghs_"_s,     u"ghu_"_s,        u"github_pat_"_s,
-    u"xoxb-"_s, u"xoxp-"_s,    u"xoxa-"_s,    u"xapp-"_s,       u"AKIA"_s,
+    u"sk-"_s,   u"sk_live_"_s, u"sk_test_"_s, u"pk_live_"_s,   u"rk_live_"_s,
+    u"ghp_"_s,  u"gho_"_s,     u"ghs_"_s,     u"ghu_"_s,       u"github_pat_"_s,
+    u"xoxb-"_s, u"xoxp-"_s,    u"xoxa-"_s,    u"xapp-"_s,      u"AKIA"_s,
     u"ASIA"_s,  u"AIza"_s,     u"eyJ"_s,      u"-----BEGIN"_s,
 };
 const QString kKeyBody = u"R4nd0mK3yMaterial7xQ9zLw2Vb8Nc5Ht1Jp"_s; // 36 characters
@@ -86,7 +85,14 @@ TEST(TextFilter, englishNeedsThreeAsciiLettersPerIdeograph) {
                    {u"abc中"_s, true},
                    {u"ab中"_s, false},
                    {u"学习English单词"_s, false},
-                   {u"ab\u0301c中"_s, false}, // b with a combining accent is no ASCII letter
+                   {u"ab\U00020000"_s, false},
+                   {u"ab〇"_s, false},
+                   // A letter that shares its character with a neighbour is no ASCII letter.
+                   {u"ab\u0301c中"_s, false},    // combining accent
+                   {u"ab\u200Dc中"_s, false},    // zero-width joiner
+                   {u"ab\u0903c中"_s, false},    // spacing mark
+                   {u"\u0600abc中"_s, false},    // prepended number sign
+                   {u"abc中\U00016FE4"_s, true}, // one character, two ideographs
                    {u"привет"_s, false},
                    {u"2024-05-01"_s, false},
                    {u""_s, false},
@@ -155,7 +161,7 @@ TEST(TextFilter, codeIdentifiersAreSeveralWordLikeParts) {
 
 TEST(TextFilter, wordsCharactersAndKinds) {
     const std::pair<QString, qsizetype> counts[] = {
-        {u"The cat sat."_s, 3},    {u"I am a cat"_s, 2}, {u"don't"_s, 1},
+        {u"The cat sat."_s, 3},     {u"I am a cat"_s, 2}, {u"don't"_s, 1},
         {u"nai\u0308ve idea"_s, 2}, {u"中文 words"_s, 2}, {u""_s, 0},
     };
     for (const auto& [text, count] : counts)

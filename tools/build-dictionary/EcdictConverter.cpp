@@ -1,5 +1,6 @@
 #include "EcdictConverter.h"
 
+#include "core/IcuRegex.h"
 #include "core/QueryKind.h"
 #include "core/TextFilter.h"
 #include "core/UnicodeText.h"
@@ -8,10 +9,10 @@
 #include <QFileInfo>
 #include <QHash>
 #include <QList>
-
 #include <algorithm>
 #include <filesystem>
 #include <limits>
+#include <optional>
 #include <sqlite3.h>
 #include <system_error>
 #include <tuple>
@@ -86,7 +87,9 @@ private:
 
 class Statement {
 public:
-    Statement(sqlite3* db, const char* sql) { sqlite3_prepare_v2(db, sql, -1, &m_statement, nullptr); }
+    Statement(sqlite3* db, const char* sql) {
+        sqlite3_prepare_v2(db, sql, -1, &m_statement, nullptr);
+    }
     ~Statement() { sqlite3_finalize(m_statement); }
     Statement(const Statement&) = delete;
     Statement& operator=(const Statement&) = delete;
@@ -131,8 +134,37 @@ void collectClaims(const QString& key, QStringView exchange, qint64 order,
     }
 }
 
+// ECDICT keeps many irregular forms as rows whose only text names the lemma
+// ("go的过去式", "teach的过去式和过去分词"). Sending such a form to its lemma's full entry
+// serves a reader far better than the one-line note. Returns that lemma, lower-cased.
+std::optional<QString> bareInflectionLemma(const QString& translation) {
+    static const IcuRegex note(uR"(^([A-Za-z][A-Za-z'’\-]*)的\p{Han}+$)");
+    std::optional<QString> lemma;
+    for (const QString& line : translation.split(u'\n')) {
+        const QString trimmed = UnicodeText::trimmed(line);
+        if (trimmed.isEmpty())
+            continue;
+        const auto match = note.find(trimmed);
+        if (!match)
+            return std::nullopt;
+        const auto [start, end] = match->groups.front();
+        const QString named =
+            UnicodeText::lowercased(QStringView(trimmed).sliced(start, end - start));
+        if (lemma && *lemma != named)
+            return std::nullopt;
+        lemma = named;
+    }
+    return lemma;
+}
+
+struct BareInflection {
+    QString lemma;
+    WordRow row; // kept as a word after all when the lemma has no row of its own
+};
+
 struct Source {
     QHash<QString, WordRow> words;
+    QHash<QString, BareInflection> bareInflections;
     QList<FormClaim> claims;
     qint64 rows = 0;
 };
@@ -178,6 +210,12 @@ std::variant<Source, Failure> readSource(const QString& path) {
         row.lowerCaseHeadword = headword == key;
         row.order = order;
 
+        if (auto lemma = bareInflectionLemma(QString::fromUtf8(row.translation));
+            lemma && *lemma != key) {
+            if (!source.bareInflections.contains(key))
+                source.bareInflections.insert(key, {*lemma, std::move(row)});
+            continue;
+        }
         auto existing = source.words.find(key);
         if (existing == source.words.end())
             source.words.insert(key, std::move(row));
@@ -186,6 +224,14 @@ std::variant<Source, Failure> readSource(const QString& path) {
     }
     if (status != SQLITE_DONE)
         return Failure{u"cannot read the stardict table of %1: %2"_s.arg(path, db.error())};
+    for (auto it = source.bareInflections.cbegin(); it != source.bareInflections.cend(); ++it) {
+        if (source.words.contains(it.key()))
+            continue; // another spelling of the key has a full entry
+        if (source.words.contains(it->lemma))
+            source.claims.append({it.key(), it->lemma, true, it->row.order});
+        else
+            source.words.insert(it.key(), it->row);
+    }
     return source;
 }
 
@@ -211,7 +257,7 @@ QHash<QString, FormClaim> resolveForms(const Source& source) {
             claim.declaredByForm != held.declaredByForm
                 ? claim.declaredByForm
                 : (lemma->rank < heldRank || heldRank < lemma->rank ? lemma->rank < heldRank
-                                                                     : claim.order < held.order);
+                                                                    : claim.order < held.order);
         if (better)
             current.value() = claim;
     }
@@ -243,7 +289,9 @@ std::optional<Failure> write(const QString& path, const Source& source,
     Database db;
     if (!db.open(path, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE))
         return Failure{u"cannot create %1: %2"_s.arg(path, db.error())};
-    auto failed = [&db, &path] { return Failure{u"cannot write %1: %2"_s.arg(path, db.error())}; };
+    auto failed = [&db, &path] {
+        return Failure{u"cannot write %1: %2"_s.arg(path, db.error())};
+    };
     // A scratch file: if anything fails it is thrown away, so it needs no journal.
     if (!db.exec("PRAGMA journal_mode = OFF; PRAGMA synchronous = OFF; BEGIN;") ||
         !db.exec("CREATE TABLE words(word TEXT PRIMARY KEY, phonetic TEXT, translation TEXT, "

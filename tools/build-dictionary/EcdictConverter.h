@@ -1,7 +1,6 @@
 #pragma once
 
 #include <QString>
-
 #include <variant>
 
 // Turns ECDICT's `stardict` table into the program's word database: `words` holds the

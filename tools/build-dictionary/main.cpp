@@ -5,7 +5,6 @@
 
 #include <QElapsedTimer>
 #include <QString>
-
 #include <cstdio>
 
 int main(int argc, char** argv) {
