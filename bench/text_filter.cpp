@@ -10,7 +10,7 @@ namespace {
 
 constexpr qsizetype kLength = 2000;
 
-// Repeats `paragraph` and cuts it to exactly kLength characters, ending on a letter.
+// Repeats `paragraph` and cuts it to exactly kLength characters, ending with a full stop.
 QString sized(const QString& paragraph) {
     QString text;
     while (UnicodeText::characterCount(text) < kLength)

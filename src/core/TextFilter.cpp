@@ -131,7 +131,6 @@ template <size_t N> bool isOneOf(QStringView character, const QStringView (&set)
 // is followed by an upper-case letter ("utf8String"). Separators are not visited; `visit` gets
 // each other character with its position and whether it opens a segment, and returns whether
 // to go on. Judging while walking lets the rules stop at the first character that decides.
-// `visit` must not walk characters itself: character walks share one segmenter and do not nest.
 template <size_t N, typename Visit>
 void walkSegments(QStringView text, const QStringView (&separators)[N], bool breakAfterDigits,
                   Visit visit) {
@@ -160,6 +159,17 @@ bool isVowel(QStringView character) {
     const QString lower = UnicodeText::lowercased(character);
     for (QChar vowel : kVowels) {
         if (lower.contains(vowel))
+            return true;
+    }
+    return false;
+}
+
+// Whether `text` holds `needle`. QStringView::contains is slow with a string needle; searching
+// for its first unit is fast.
+bool holds(QStringView text, QStringView needle) {
+    for (qsizetype at = text.indexOf(needle.front()); at >= 0;
+         at = text.indexOf(needle.front(), at + 1)) {
+        if (text.sliced(at).startsWith(needle))
             return true;
     }
     return false;
@@ -209,7 +219,7 @@ bool looksLikeURLOrPath(QStringView text) {
     const QString trimmed = UnicodeText::trimmed(text);
     // The expressions backtrack over a whole long token before they fail; testing first for the
     // text they cannot match without spares that.
-    if (trimmed.contains(u"://") && schemeExpression().matches(trimmed))
+    if (holds(trimmed, u"://") && schemeExpression().matches(trimmed))
         return true;
     if (trimmed.contains(u'@') && emailExpression().matches(trimmed))
         return true;
@@ -224,8 +234,8 @@ bool looksLikeURLOrPath(QStringView text) {
 }
 
 bool looksLikeSharedLink(QStringView text) {
-    // Every link starts so; the expression alone would try a match at each "h" of the text.
-    if (!text.contains(u"http"))
+    // Every link holds this; the expression alone would try a match at each "h" of the text.
+    if (!holds(text, u"://"))
         return false;
     const std::vector<IcuRegex::Match> links = linkExpression().findAll(text);
     if (links.empty())
@@ -259,7 +269,7 @@ bool looksLikeEnglish(QStringView text) {
     bool afterPrepend = false;
     bool oddIdeograph = false;
     forEachCodePoint(text, [&](char32_t codePoint) {
-        if (UnicodeText::isHan(codePoint)) { // an ideograph of class Other: the common case
+        if (codePoint >= 0x3400 && UnicodeText::isHan(codePoint)) { // an ideograph of class Other
             if (pendingLetter)
                 ++asciiLetters;
             pendingLetter = afterPrepend = false;

@@ -1,6 +1,7 @@
 #include "core/UnicodeText.h"
 
 #include <memory>
+#include <optional>
 #include <unicode/brkiter.h>
 #include <unicode/uchar.h>
 #include <unicode/unistr.h>
@@ -21,20 +22,64 @@ bool isSimpleText(QStringView text) {
     return true;
 }
 
-icu::BreakIterator* characterBreaker() {
-    thread_local std::unique_ptr<icu::BreakIterator> breaker = [] {
-        UErrorCode status = U_ZERO_ERROR;
-        std::unique_ptr<icu::BreakIterator> made(
-            icu::BreakIterator::createCharacterInstance(icu::Locale::getRoot(), status));
-        return U_SUCCESS(status) ? std::move(made) : nullptr;
-    }();
-    return breaker.get();
-}
+// Making a break iterator costs far more than one walk, so each thread keeps one. A walk
+// started from inside another walk's callback gets a clone of its own.
+class CharacterBreaker {
+public:
+    CharacterBreaker() {
+        thread_local std::unique_ptr<icu::BreakIterator> shared = [] {
+            UErrorCode status = U_ZERO_ERROR;
+            std::unique_ptr<icu::BreakIterator> made(
+                icu::BreakIterator::createCharacterInstance(icu::Locale::getRoot(), status));
+            return U_SUCCESS(status) ? std::move(made) : nullptr;
+        }();
+        thread_local bool sharedInUse = false;
+        if (!shared)
+            return;
+        if (sharedInUse) {
+            m_own.reset(shared->clone());
+            m_breaker = m_own.get();
+        } else {
+            sharedInUse = true;
+            m_inUse = &sharedInUse;
+            m_breaker = shared.get();
+        }
+    }
+    ~CharacterBreaker() {
+        if (m_inUse)
+            *m_inUse = false;
+    }
+    CharacterBreaker(const CharacterBreaker&) = delete;
+    CharacterBreaker& operator=(const CharacterBreaker&) = delete;
+
+    icu::BreakIterator* get() const { return m_breaker; }
+
+private:
+    icu::BreakIterator* m_breaker = nullptr;
+    std::unique_ptr<icu::BreakIterator> m_own;
+    bool* m_inUse = nullptr;
+};
 
 } // namespace
 
 bool isWhiteSpace(char32_t codePoint) {
-    return u_hasBinaryProperty(static_cast<UChar32>(codePoint), UCHAR_WHITE_SPACE);
+    // The White_Space set is small and has been stable for many Unicode versions; testing
+    // it inline keeps scans of long texts cheap.
+    if (codePoint < 0x80)
+        return codePoint == 0x20 || (codePoint >= 0x09 && codePoint <= 0x0D);
+    switch (codePoint) {
+    case 0x85:
+    case 0xA0:
+    case 0x1680:
+    case 0x2028:
+    case 0x2029:
+    case 0x202F:
+    case 0x205F:
+    case 0x3000:
+        return true;
+    default:
+        return codePoint >= 0x2000 && codePoint <= 0x200A;
+    }
 }
 
 bool isLineBreak(char32_t codePoint) {
@@ -86,7 +131,10 @@ void forEachCharacter(QStringView text, const std::function<bool(QStringView)>& 
     const qsizetype size = text.size();
     if (size == 0)
         return;
-    icu::BreakIterator* breaker = isSimpleText(text) ? nullptr : characterBreaker();
+    std::optional<CharacterBreaker> owner;
+    if (!isSimpleText(text))
+        owner.emplace();
+    icu::BreakIterator* breaker = owner ? owner->get() : nullptr;
     if (!breaker) {
         for (qsizetype i = 0; i < size;) {
             const qsizetype length =

@@ -6,8 +6,6 @@
 #include <cstdint>
 #include <cstdlib>
 
-using namespace Qt::StringLiterals;
-
 namespace {
 
 void require(bool condition) {
