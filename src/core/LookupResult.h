@@ -15,7 +15,6 @@ struct LookupResult {
         QString shortName; // the tab label
         QString name;      // the full name
         QList<DictionaryEntry> entries;
-        std::optional<QString> detail; // extra text a system dictionary may carry
         bool stubExempt = false;       // never treated as a cross-reference stub
 
         bool operator==(const Source&) const = default;
