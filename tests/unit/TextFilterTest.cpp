@@ -142,3 +142,12 @@ TEST(TextFilter, wordsAndIdeographsAreCountedByCharacter) {
     for (const QString& other : {u"あ"_s, u"한"_s, u"。"_s})
         EXPECT_FALSE(TextFilter::isCJK(other)) << other.toStdString();
 }
+
+TEST(TextFilter, kindTellsWordsFromSentences) {
+    for (const QString& word :
+         {u"hello"_s, u"don’t"_s, u"well-being"_s, u"  naïve\n"_s, u"e\u0301cole"_s, u""_s})
+        EXPECT_EQ(TextFilter::kind(word), QueryKind::word) << word.toStdString();
+    for (const QString& sentence :
+         {u"hello world"_s, u"3D"_s, u"e.g."_s, u"hello!"_s, u"new\u00A0york"_s})
+        EXPECT_EQ(TextFilter::kind(sentence), QueryKind::sentence) << sentence.toStdString();
+}
