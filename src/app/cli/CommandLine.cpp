@@ -1,17 +1,20 @@
 #include "cli/CommandLine.h"
 
+#include "cli/LogCommand.h"
+#include "cli/Output.h"
 #include "cli/ResultRendering.h"
 #include "core/CaptureFilter.h"
 #include "core/LookupEngine.h"
+#include "core/LookupLogLines.h"
 #include "core/TextFilter.h"
+#include "core/UnicodeText.h"
 #include "core/UnsupportedTranslationEngine.h"
 #include "dictionary/BundledDictionary.h"
 #include "dictionary/WordSourceCatalog.h"
+#include "settings/EventLog.h"
 
 #include <QCoreApplication>
 #include <QStringList>
-
-#include <cstdio>
 
 using namespace Qt::StringLiterals;
 
@@ -24,17 +27,11 @@ struct Invocation {
 };
 
 const QString kUsage = u"用法：quillet lookup [--json] 文本…\n"
-                       "      quillet check [--json] 文本…"_s;
+                       "      quillet check [--json] 文本…\n"
+                       "      quillet log [--lines N]"_s;
 
-void writeLine(FILE* stream, const QByteArray& bytes) {
-    std::fwrite(bytes.constData(), 1, static_cast<size_t>(bytes.size()), stream);
-    std::fputc('\n', stream);
-    std::fflush(stream);
-}
-
-void writeLine(FILE* stream, const QString& text) {
-    writeLine(stream, text.toUtf8());
-}
+// The feature name of lookups asked for on the command line, in event-log lines.
+const QString kFeature = u"命令行"_s;
 
 // Options come first; "--" ends them so a text may itself start with "--".
 std::optional<Invocation> parse(const QStringList& arguments) {
@@ -60,49 +57,58 @@ std::optional<RejectReason> filterAsSelection(const QString& text) {
         CaptureFilter::Settings{}, std::nullopt, QDateTime::currentDateTimeUtc());
 }
 
-int reportRejection(RejectReason reason, bool json) {
+template <typename Value> void print(const Value& value, bool json) {
     if (json)
-        writeLine(stdout, ResultRendering::json(reason));
+        Output::line(stdout, ResultRendering::json(value));
     else
-        writeLine(stdout, ResultRendering::plain(reason));
-    return refused;
+        Output::line(stdout, ResultRendering::plain(value));
 }
 
 int check(const Invocation& invocation) {
-    if (const auto reason = filterAsSelection(invocation.text))
-        return reportRejection(*reason, invocation.json);
-    const QueryKind kind = TextFilter::kind(invocation.text);
-    if (invocation.json)
-        writeLine(stdout, ResultRendering::json(kind));
-    else
-        writeLine(stdout, ResultRendering::plain(kind));
+    if (const auto reason = filterAsSelection(invocation.text)) {
+        print(*reason, invocation.json);
+        return refused;
+    }
+    print(TextFilter::kind(invocation.text), invocation.json);
     return success;
 }
 
 int lookup(const Invocation& invocation) {
-    if (const auto reason = filterAsSelection(invocation.text))
-        return reportRejection(*reason, invocation.json);
+    EventLog& log = EventLog::shared();
+    const QString& text = invocation.text;
+    if (const auto reason = filterAsSelection(text)) {
+        QString content = kFeature + u"｜"_s + RejectReasons::description(*reason);
+        if (!RejectReasons::keepsNoCopy(*reason) && *reason != RejectReason::empty)
+            content += u"｜"_s + EventLog::privateSegment(UnicodeText::trimmed(text));
+        log.append(EventLog::Kind::reject, content);
+        print(*reason, invocation.json);
+        return refused;
+    }
+    const bool isWord = TextFilter::kind(text) == QueryKind::word;
+    log.append(EventLog::Kind::trigger, kFeature + (isWord ? u"｜单词｜"_s : u"｜句子｜"_s) +
+                                            EventLog::privateSegment(UnicodeText::trimmed(text)));
 
     const BundledOnlyCatalog catalog;
     UnsupportedTranslationEngine translator;
     const LookupEngine engine({.bundled = BundledDictionary::shared(),
                                .catalog = catalog,
                                .translator = translator,
-                               .logError = {}});
-    const LookupOutcome outcome = QCoro::waitFor(engine.lookup(invocation.text));
+                               .logError = [&log](const QString& content) {
+                                   log.append(EventLog::Kind::error, content);
+                               }});
+    const LookupOutcome outcome = QCoro::waitFor(engine.lookup(text));
 
     if (const auto* result = std::get_if<LookupResult>(&outcome)) {
-        if (invocation.json)
-            writeLine(stdout, ResultRendering::json(*result));
-        else
-            writeLine(stdout, ResultRendering::plain(*result));
+        log.append(EventLog::Kind::result, LookupLogLines::summary(*result));
+        print(*result, invocation.json);
         return success;
     }
     if (const auto* error = std::get_if<LookupError>(&outcome)) {
+        log.append(EventLog::Kind::error, LookupLogLines::failure(*error));
         if (invocation.json)
-            writeLine(stdout, ResultRendering::json(*error));
+            Output::line(stdout, ResultRendering::json(*error));
         else
-            writeLine(stderr, ResultRendering::plain(*error));
+            Output::line(stderr, ResultRendering::plain(*error));
     }
     return failed;
 }
@@ -119,9 +125,11 @@ std::optional<int> run(int argc, char** argv) {
     const QString command = arguments.takeFirst();
 
     if (command == u"--help"_s || command == u"help"_s) {
-        writeLine(stdout, kUsage);
+        Output::line(stdout, kUsage);
         return success;
     }
+    if (command == u"log"_s)
+        return LogCommand::run(arguments);
     if (command != u"lookup"_s && command != u"check"_s)
         return reportUsage();
     const std::optional<Invocation> invocation = parse(arguments);
@@ -133,7 +141,7 @@ std::optional<int> run(int argc, char** argv) {
 }
 
 int reportUsage() {
-    writeLine(stderr, kUsage);
+    Output::line(stderr, kUsage);
     return usage;
 }
 
