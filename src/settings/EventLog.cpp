@@ -46,40 +46,41 @@ EventLog& EventLog::shared() {
 EventLog::EventLog(DiskWriter diskWriter, bool echoesToStdout, QObject* parent)
     : QObject(parent), m_diskWriter(std::move(diskWriter)), m_echoesToStdout(echoesToStdout) {}
 
+namespace {
+
+struct KindNames {
+    EventLog::Kind kind;
+    QStringView raw;
+    QStringView label; // written to disk
+};
+
+constexpr KindNames kKindNames[] = {
+    {EventLog::Kind::trigger, u"trigger", u"触发"},
+    {EventLog::Kind::reject, u"reject", u"拦截"},
+    {EventLog::Kind::result, u"result", u"结果"},
+    {EventLog::Kind::error, u"error", u"错误"},
+};
+
+const KindNames& namesOf(EventLog::Kind kind) {
+    return kKindNames[static_cast<int>(kind)];
+}
+
+} // namespace
+
 QString EventLog::rawValue(Kind kind) {
-    switch (kind) {
-    case Kind::trigger:
-        return u"trigger"_s;
-    case Kind::reject:
-        return u"reject"_s;
-    case Kind::result:
-        return u"result"_s;
-    case Kind::error:
-        return u"error"_s;
-    }
-    return {};
+    return namesOf(kind).raw.toString();
 }
 
 std::optional<EventLog::Kind> EventLog::kindFromRawValue(const QString& raw) {
-    for (Kind kind : {Kind::trigger, Kind::reject, Kind::result, Kind::error}) {
-        if (rawValue(kind) == raw)
-            return kind;
+    for (const KindNames& names : kKindNames) {
+        if (names.raw == raw)
+            return names.kind;
     }
     return std::nullopt;
 }
 
 QString EventLog::label(Kind kind) {
-    switch (kind) {
-    case Kind::trigger:
-        return u"触发"_s;
-    case Kind::reject:
-        return u"拦截"_s;
-    case Kind::result:
-        return u"结果"_s;
-    case Kind::error:
-        return u"错误"_s;
-    }
-    return {};
+    return namesOf(kind).label.toString();
 }
 
 QString EventLog::privateSegment(QStringView text) {
