@@ -10,5 +10,9 @@ namespace PlatformPaths {
 
 // Where the diagnostic log lives.
 std::optional<QString> logDirectory();
+// Where the settings file lives. Other programs' folders of the same kind are its siblings.
+std::optional<QString> configDirectory();
+// Where the program keeps its own data files. Other programs' folders are its siblings.
+std::optional<QString> dataDirectory();
 
 } // namespace PlatformPaths

@@ -137,9 +137,9 @@ QString timeStamp(const QDateTime& date) {
 Environment Environment::current(const QString& permissions) {
     Environment environment;
     environment.appVersion = QStringLiteral(QUILLET_VERSION);
-    environment.systemVersion = u"%1 %2 (%3 %4)"_s.arg(
-        QSysInfo::productType(), QSysInfo::productVersion(), QSysInfo::kernelType(),
-        QSysInfo::kernelVersion());
+    environment.systemVersion =
+        u"%1 %2 (%3 %4)"_s.arg(QSysInfo::productType(), QSysInfo::productVersion(),
+                               QSysInfo::kernelType(), QSysInfo::kernelVersion());
     environment.displayVersion = QSysInfo::prettyProductName();
     environment.locale = QLocale::system().name();
     environment.hardwareModel = QSysInfo::currentCpuArchitecture();

@@ -2,6 +2,7 @@
 #include "settings/AppPaths.h"
 
 #include <QCoreApplication>
+#include <QDir>
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -194,4 +195,43 @@ TEST_F(CommandLineTest, LogShowsTheNewestRedactedLines) {
     EXPECT_EQ(quillet({"log", "--lines", "0"}).exitCode, 64);
     EXPECT_EQ(quillet({"log", "--lines"}).exitCode, 64);
     qunsetenv("XDG_STATE_HOME");
+}
+
+TEST_F(CommandLineTest, SettingsAreReadAndChangedThroughTheSettingsObjects) {
+    QTemporaryDir config;
+    qputenv("XDG_CONFIG_HOME", config.path().toUtf8());
+    const QString file = config.filePath(u"Quillet/defaults.json"_s);
+
+    const ProcessRun list = quillet({"settings", "list"});
+    EXPECT_EQ(list.exitCode, 0);
+    EXPECT_TRUE(list.out.contains(u"trigger.hotKey = {\"keyCode\":2,\"modifiers\":6400}"_s))
+        << list.out.toStdString();
+    EXPECT_TRUE(list.out.contains(u"hoverDwellSeconds = 0.3"_s));
+
+    EXPECT_EQ(quillet({"settings", "set", "trigger.pointerKey", "command"}).exitCode, 0);
+    EXPECT_EQ(quillet({"settings", "get", "trigger.pointerKey"}).out, u"command"_s);
+    EXPECT_EQ(quillet({"settings", "set", "dictionaryOrder", "[\"bundled\"]"}).exitCode, 0);
+
+    const ProcessRun unknown = quillet({"settings", "get", "trigger.nonsense"});
+    EXPECT_EQ(unknown.exitCode, 1);
+    EXPECT_TRUE(unknown.err.contains(u"trigger.nonsense"_s));
+    const ProcessRun wrongType = quillet({"settings", "set", "speaksOnLookup", "maybe"});
+    EXPECT_EQ(wrongType.exitCode, 1);
+    EXPECT_EQ(wrongType.err, u"「speaksOnLookup」需要布尔值（true 或 false），收到「maybe」。"_s);
+    EXPECT_EQ(quillet({"settings", "set", "trigger.pointerKey", "shift"}).exitCode, 1);
+    EXPECT_EQ(quillet({"settings", "get"}).exitCode, 64);
+
+    // A settings file that cannot be read is kept aside; the program starts with defaults.
+    QFile corrupt(file);
+    ASSERT_TRUE(corrupt.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    corrupt.write("{\"trigger.pointerKey\": \"control\",,,");
+    corrupt.close();
+    EXPECT_EQ(quillet({"settings", "get", "trigger.pointerKey"}).out, u"option"_s);
+    const QStringList kept =
+        QDir(config.filePath(u"Quillet"_s)).entryList({u"defaults.json.unreadable-*"_s});
+    ASSERT_EQ(kept.size(), 1);
+    QFile keptFile(config.filePath(u"Quillet/"_s + kept.first()));
+    ASSERT_TRUE(keptFile.open(QIODevice::ReadOnly));
+    EXPECT_EQ(keptFile.readAll(), QByteArray("{\"trigger.pointerKey\": \"control\",,,"));
+    qunsetenv("XDG_CONFIG_HOME");
 }

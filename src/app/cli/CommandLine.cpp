@@ -3,6 +3,7 @@
 #include "cli/LogCommand.h"
 #include "cli/Output.h"
 #include "cli/ResultRendering.h"
+#include "cli/SettingsCommand.h"
 #include "core/CaptureFilter.h"
 #include "core/LookupEngine.h"
 #include "core/LookupLogLines.h"
@@ -28,7 +29,8 @@ struct Invocation {
 
 const QString kUsage = u"用法：quillet lookup [--json] 文本…\n"
                        "      quillet check [--json] 文本…\n"
-                       "      quillet log [--lines N]"_s;
+                       "      quillet log [--lines N]\n"
+                       "      quillet settings list | get 键 | set 键 值"_s;
 
 // The feature name of lookups asked for on the command line, in event-log lines.
 const QString kFeature = u"命令行"_s;
@@ -130,6 +132,10 @@ std::optional<int> run(int argc, char** argv) {
     }
     if (command == u"log"_s)
         return LogCommand::run(arguments);
+    if (command == u"settings"_s) {
+        QCoreApplication application(argc, argv);
+        return SettingsCommand::run(arguments);
+    }
     if (command != u"lookup"_s && command != u"check"_s)
         return reportUsage();
     const std::optional<Invocation> invocation = parse(arguments);

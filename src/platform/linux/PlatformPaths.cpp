@@ -16,13 +16,25 @@ std::optional<QString> xdgDirectory(const char* variable, const QString& fallbac
     return home + u'/' + fallback;
 }
 
+std::optional<QString> ours(const char* variable, const QString& fallback) {
+    const auto base = xdgDirectory(variable, fallback);
+    if (!base)
+        return std::nullopt;
+    return *base + u"/Quillet"_s;
+}
+
 } // namespace
 
 std::optional<QString> logDirectory() {
-    const auto state = xdgDirectory("XDG_STATE_HOME", u".local/state"_s);
-    if (!state)
-        return std::nullopt;
-    return *state + u"/Quillet"_s;
+    return ours("XDG_STATE_HOME", u".local/state"_s);
+}
+
+std::optional<QString> configDirectory() {
+    return ours("XDG_CONFIG_HOME", u".config"_s);
+}
+
+std::optional<QString> dataDirectory() {
+    return ours("XDG_DATA_HOME", u".local/share"_s);
 }
 
 } // namespace PlatformPaths

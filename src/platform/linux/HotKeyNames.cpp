@@ -1,0 +1,46 @@
+#include "platform/HotKeyNames.h"
+
+#include "capture/HotKeySpec.h"
+#include "capture/MacKeyCodes.h"
+
+#include <QStringList>
+
+using namespace Qt::StringLiterals;
+
+namespace HotKeyNames {
+
+// The core has no keyboard-layout access on X11, so the key's US-ANSI character stands in.
+std::optional<QString> layoutCharacter(quint32 keyCode) {
+    const std::optional<QChar> character = MacKeyCodes::usCharacter(keyCode);
+    if (!character)
+        return std::nullopt;
+    return QString(*character).toUpper();
+}
+
+QString combination(quint32 modifiers, const QString& keyName) {
+    QStringList parts;
+    if (modifiers & HotKeySpec::control)
+        parts << u"Ctrl"_s;
+    if (modifiers & HotKeySpec::option)
+        parts << u"Alt"_s;
+    if (modifiers & HotKeySpec::shift)
+        parts << u"Shift"_s;
+    if (modifiers & HotKeySpec::command)
+        parts << u"Super"_s;
+    parts << keyName;
+    return parts.join(u'+');
+}
+
+QString modifierRequired() {
+    return u"至少需包含 Ctrl、Alt、Super 之一"_s;
+}
+
+std::optional<quint32> keyCode(quint32 nativeScanCode, quint32) {
+    return MacKeyCodes::fromX11KeyCode(nativeScanCode);
+}
+
+quint32 modifiers(quint32 qtModifiers) {
+    return MacKeyCodes::modifiersFromQt(qtModifiers, /*controlMeansCommand=*/false);
+}
+
+} // namespace HotKeyNames

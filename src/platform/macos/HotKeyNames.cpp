@@ -1,0 +1,44 @@
+#include "platform/HotKeyNames.h"
+
+#include "capture/HotKeySpec.h"
+#include "capture/MacKeyCodes.h"
+
+using namespace Qt::StringLiterals;
+
+namespace HotKeyNames {
+
+// The US-ANSI character until the layout translation (UCKeyTranslate) is wired in.
+std::optional<QString> layoutCharacter(quint32 keyCode) {
+    const std::optional<QChar> character = MacKeyCodes::usCharacter(keyCode);
+    if (!character)
+        return std::nullopt;
+    return QString(*character).toUpper();
+}
+
+QString combination(quint32 modifiers, const QString& keyName) {
+    QString name;
+    if (modifiers & HotKeySpec::control)
+        name += u"⌃"_s;
+    if (modifiers & HotKeySpec::option)
+        name += u"⌥"_s;
+    if (modifiers & HotKeySpec::shift)
+        name += u"⇧"_s;
+    if (modifiers & HotKeySpec::command)
+        name += u"⌘"_s;
+    return name + keyName;
+}
+
+QString modifierRequired() {
+    return u"至少需包含 ⌃ ⌥ ⌘ 之一"_s;
+}
+
+// Qt hands over the virtual key code itself on macOS.
+std::optional<quint32> keyCode(quint32, quint32 nativeVirtualKey) {
+    return nativeVirtualKey;
+}
+
+quint32 modifiers(quint32 qtModifiers) {
+    return MacKeyCodes::modifiersFromQt(qtModifiers, /*controlMeansCommand=*/true);
+}
+
+} // namespace HotKeyNames

@@ -1,0 +1,225 @@
+#include "settings/DefaultsStore.h"
+
+#include "harness/QtPrinters.h"
+
+#include <QDir>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QRegularExpression>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <gtest/gtest.h>
+#include <limits>
+#include <memory>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const QByteArray kBytes("\x00\x01\xff binary\n", 11);
+
+class DefaultsStoreTest : public testing::Test {
+protected:
+    QString folder() const { return m_dir.path() + u"/Quillet"_s; }
+    QString path() const { return folder() + u"/defaults.json"_s; }
+
+    std::unique_ptr<DefaultsStore> open(const QString& filePath = {}) {
+        return std::make_unique<DefaultsStore>(filePath.isEmpty() ? path() : filePath,
+                                               [this](const QString& c) { notices.append(c); });
+    }
+    static void write(const QString& filePath, const QByteArray& bytes) {
+        QDir().mkpath(QFileInfo(filePath).path());
+        QFile file(filePath);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        file.write(bytes);
+    }
+    static QByteArray read(const QString& filePath) {
+        QFile file(filePath);
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    }
+
+    QTemporaryDir m_dir;
+    QStringList notices;
+};
+
+} // namespace
+
+TEST_F(DefaultsStoreTest, EveryTypeSurvivesTheFile) {
+    struct Case {
+        QString key;
+        QVariant written;
+        QVariant readBack; // type and value after a reload
+    };
+    const auto nested = [](const QVariant& one) {
+        return QVariantMap{{u"list"_s, QVariantList{one, QVariantMap{{u"bytes"_s, kBytes}}}},
+                           {u"empty"_s, QVariantMap()}};
+    };
+    const Case cases[] = {
+        {u"on"_s, true, true},
+        {u"int"_s, 7, qint64(7)},
+        {u"max"_s, std::numeric_limits<qint64>::max(), std::numeric_limits<qint64>::max()},
+        {u"min"_s, std::numeric_limits<qint64>::min(), std::numeric_limits<qint64>::min()},
+        {u"huge"_s, std::numeric_limits<quint64>::max(), 18446744073709551615.0},
+        {u"fraction"_s, 0.3, 0.3},
+        // JSON has no integral doubles: they come back as integers of the same value.
+        {u"whole"_s, 2.0, qint64(2)},
+        {u"text"_s, u"取词 \"quoted\"\n\\"_s, u"取词 \"quoted\"\n\\"_s},
+        {u"bytes"_s, kBytes, kBytes},
+        {u"emptyBytes"_s, QByteArray(), QByteArray()},
+        {u"texts"_s, QStringList{u"a"_s, u"b"_s}, QVariantList{u"a"_s, u"b"_s}},
+        {u"nested"_s, nested(1), nested(qint64(1))},
+    };
+    QVariantMap all;
+    for (const Case& c : cases)
+        all.insert(c.key, c.written);
+    open()->setValues(all);
+
+    const auto reloaded = open();
+    EXPECT_EQ(reloaded->storedKeys().size(), qsizetype(std::size(cases)));
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.key.toStdString());
+        const std::optional<QVariant> value = reloaded->storedValue(c.key);
+        ASSERT_TRUE(value);
+        EXPECT_EQ(value->typeId(), c.readBack.typeId());
+        EXPECT_EQ(*value, c.readBack);
+    }
+    EXPECT_EQ(QJsonDocument::fromJson(read(path())).object().value(u"bytes"_s).toObject(),
+              QJsonObject({{u"$data"_s, QString::fromLatin1(kBytes.toBase64())}}));
+    EXPECT_TRUE(notices.isEmpty());
+}
+
+TEST_F(DefaultsStoreTest, ReadsHandWrittenJson) {
+    const std::pair<QByteArray, std::optional<QVariant>> cases[] = {
+        {R"({"a": 9223372036854775808})", 9223372036854775808.0},
+        {R"({"a": -1.5e3})", qint64(-1500)}, // an integer, however it is written
+        {R"({"a": {"$data": "AAH/"}})", QByteArray("\x00\x01\xff", 3)},
+        // Anything short of exactly one valid "$data" text is an ordinary object.
+        {R"({"a": {"$data": "AAH\u00e9"}})", QVariantMap{{u"$data"_s, u"AAH\u00e9"_s}}},
+        {R"({"a": {"$data": "AAH/", "b": 1}})",
+         QVariantMap{{u"$data"_s, u"AAH/"_s}, {u"b"_s, qint64(1)}}},
+        {R"({"a": null})", std::nullopt},
+        {R"({"a": [null, "x"]})", QVariantList{QVariant(), u"x"_s}},
+        {R"({"b": {"$data": "AAH/"}, "$data": "AAH/"})", std::nullopt}, // top level: a key
+    };
+    for (const auto& [json, value] : cases) {
+        SCOPED_TRACE(json.toStdString());
+        write(path(), json);
+        const auto store = open();
+        EXPECT_EQ(store->storedValue(u"a"_s), value);
+        if (value) {
+            EXPECT_EQ(store->storedValue(u"a"_s)->typeId(), value->typeId());
+        }
+    }
+    EXPECT_EQ(open()->stringValue(u"$data"_s), u"AAH/"_s);
+    EXPECT_TRUE(notices.isEmpty());
+}
+
+TEST_F(DefaultsStoreTest, RegisteredDefaultsAnswerButStayInMemory) {
+    auto store = open();
+    store->registerDefaults({{u"historyEnabled"_s, true}, {u"hoverDwellSeconds"_s, 0.3}});
+    EXPECT_TRUE(store->boolValue(u"historyEnabled"_s));
+    EXPECT_FALSE(store->contains(u"historyEnabled"_s));
+
+    store->setValue(u"hoverDwellSeconds"_s, 0.5);
+    store->setValue(u"other"_s, 1);
+    EXPECT_DOUBLE_EQ(store->doubleValue(u"hoverDwellSeconds"_s), 0.5);
+    EXPECT_EQ(QJsonDocument::fromJson(read(path())).object().keys(),
+              (QStringList{u"hoverDwellSeconds"_s, u"other"_s}));
+
+    store->remove(u"hoverDwellSeconds"_s);
+    EXPECT_DOUBLE_EQ(store->doubleValue(u"hoverDwellSeconds"_s), 0.3);
+    EXPECT_EQ(open()->storedKeys(), QStringList{u"other"_s});
+}
+
+TEST_F(DefaultsStoreTest, TypedReadsRefuseOtherTypes) {
+    struct Case {
+        QVariant stored; // invalid: absent
+        std::optional<bool> boolean;
+        std::optional<double> number;
+        std::optional<QString> text;
+        std::optional<QStringList> texts;
+    };
+    const Case cases[] = {
+        {QVariant(), {}, {}, {}, {}},
+        {true, true, {}, {}, {}},
+        {u"true"_s, {}, {}, u"true"_s, {}},
+        {1, {}, 1.0, {}, {}},
+        {u"0.25"_s, {}, {}, u"0.25"_s, {}},
+        {QVariantList(), {}, {}, {}, QStringList()},
+        {QVariantList{u"a"_s, 1}, {}, {}, {}, {}},
+        {kBytes, {}, {}, {}, {}},
+    };
+    auto store = open();
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.stored.toString().toStdString());
+        store->setValue(u"k"_s, c.stored);
+        EXPECT_EQ(store->boolValue(u"k"_s, true), c.boolean.value_or(true));
+        EXPECT_EQ(store->doubleValue(u"k"_s, -7), c.number.value_or(-7));
+        EXPECT_EQ(store->stringValue(u"k"_s, u"-"_s), c.text.value_or(u"-"_s));
+        EXPECT_EQ(store->stringListIfPresent(u"k"_s), c.texts);
+        EXPECT_EQ(store->dataIfPresent(u"k"_s).has_value(), c.stored == kBytes);
+    }
+}
+
+TEST_F(DefaultsStoreTest, WritesAtomicallyAndOnlyOnChange) {
+    auto store = open();
+    QSignalSpy changed(store.get(), &DefaultsStore::valueChanged);
+    store->setValue(u"a"_s, u"x"_s);
+    store->setValue(u"a"_s, u"x"_s);
+    store->remove(u"missing"_s);
+    EXPECT_EQ(changed.size(), 1);
+    EXPECT_TRUE(store->lastWriteSucceeded());
+    EXPECT_EQ(QDir(folder()).entryList(QDir::Files | QDir::Hidden),
+              QStringList{u"defaults.json"_s}); // no temporary file left behind
+
+    DefaultsStore memoryOnly(QString{});
+    memoryOnly.setValue(u"a"_s, true);
+    EXPECT_TRUE(memoryOnly.boolValue(u"a"_s));
+    EXPECT_TRUE(memoryOnly.lastWriteSucceeded());
+}
+
+TEST_F(DefaultsStoreTest, UnreadableFilesAreKeptAsideUntouched) {
+    const QRegularExpression asideName(uR"(^defaults\.json\.unreadable-\d{8}-\d{6}(-\d+)?$)"_s);
+    const QByteArray cases[] = {
+        "{\"a\": tru",
+        "[{\"a\": 1}]", // valid JSON, but not an object
+        "",
+        "{\"a\": \"\xff\"}", // not UTF-8
+    };
+    QStringList keptAside; // several in the same second must not replace one another
+    for (const QByteArray& bytes : cases) {
+        SCOPED_TRACE(bytes.toStdString());
+        notices.clear();
+        write(path(), bytes);
+        auto store = open();
+        EXPECT_TRUE(store->storedKeys().isEmpty());
+
+        QStringList added = QDir(folder()).entryList({u"*.unreadable-*"_s}, QDir::Files);
+        for (const QString& name : std::as_const(keptAside))
+            added.removeOne(name);
+        ASSERT_EQ(added.size(), 1);
+        EXPECT_TRUE(asideName.match(added[0]).hasMatch()) << added[0].toStdString();
+        EXPECT_EQ(notices, QStringList{u"设置｜设置文件无法读取，已另存为 "_s + added[0] +
+                                       u"，已恢复默认设置"_s});
+        keptAside.append(added[0]);
+
+        store->setValue(u"fresh"_s, true);
+        EXPECT_TRUE(open()->boolValue(u"fresh"_s));
+    }
+    for (qsizetype i = 0; i < keptAside.size(); ++i)
+        EXPECT_EQ(read(folder() + u'/' + keptAside[i]), cases[i]);
+}
+
+TEST_F(DefaultsStoreTest, AFileThatCannotBeKeptAsideIsNeverOverwritten) {
+    // A name so long that no longer name fits beside it: renaming and copying both fail.
+    const QString longPath = m_dir.path() + u'/' + QString(240, u'd');
+    write(longPath, "broken");
+    auto store = open(longPath);
+    ASSERT_EQ(notices.size(), 1);
+    EXPECT_TRUE(notices[0].startsWith(u"设置｜设置文件无法读取"_s));
+
+    store->setValue(u"a"_s, true);
+    EXPECT_TRUE(store->boolValue(u"a"_s));
+    EXPECT_FALSE(store->lastWriteSucceeded());
+    EXPECT_EQ(read(longPath), "broken");
+}

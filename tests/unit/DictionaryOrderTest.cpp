@@ -1,0 +1,93 @@
+#include "dictionary/DictionaryOrder.h"
+
+#include <gtest/gtest.h>
+#include <harness/QtPrinters.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const QString kBundled = u"bundled"_s;
+const QString kApple = u"com.apple.dictionary.AppleDictionary"_s;
+const QString kNOAD = u"com.apple.dictionary.NOAD"_s;
+const QString kOCD = u"com.apple.dictionary.zh_CN-en.OCD"_s;
+const QString kODE = u"com.apple.dictionary.ODE"_s;
+const QString kStarDict = u"stardict:langdao-ec-gb"_s;
+const QString kDictd = u"dictd:gcide"_s;
+
+const DictionaryOrder::IsChineseEnglish kBilingual = [](const QString& identifier) {
+    return identifier == kOCD || identifier == kStarDict;
+};
+
+} // namespace
+
+TEST(DictionaryOrder, defaultPutsBilingualBeforeOthersAndAppleLast) {
+    const struct {
+        QStringList active;
+        QStringList expected;
+    } cases[] = {
+        {{kApple, kNOAD, kOCD}, {kBundled, kOCD, kNOAD, kApple}},
+        {{kNOAD, kOCD}, {kBundled, kOCD, kNOAD}},
+        {{kDictd, kStarDict, kApple, kOCD}, {kBundled, kStarDict, kOCD, kDictd, kApple}},
+        {{}, {kBundled}},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(DictionaryOrder::defaultOrder(c.active, kBilingual), c.expected)
+            << c.active.join(u' ').toStdString();
+}
+
+TEST(DictionaryOrder, migrationFromTheOldSingleChoice) {
+    const QStringList active{kApple, kNOAD, kOCD};
+    const QStringList byDefault{kBundled, kOCD, kNOAD, kApple};
+    const struct {
+        std::optional<QString> legacy;
+        QStringList expected;
+    } cases[] = {
+        {std::nullopt, byDefault},
+        {u"bundledFirst"_s, byDefault},
+        {u"systemFirst"_s, byDefault},
+        {u""_s, byDefault},
+        {u"systemAny"_s, {kNOAD, kOCD, kBundled, kApple}},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(DictionaryOrder::migrated(c.legacy, active, kBilingual), c.expected)
+            << c.legacy.value_or(u"(none)"_s).toStdString();
+
+    const auto mustNotAsk = [](const QString&) {
+        ADD_FAILURE() << "systemAny keeps the active order without asking";
+        return false;
+    };
+    EXPECT_EQ(DictionaryOrder::migrated(u"systemAny"_s, {kNOAD, kStarDict}, mustNotAsk),
+              (QStringList{kNOAD, kStarDict, kBundled}));
+}
+
+TEST(DictionaryOrder, resolveKeepsSavedOrderAndAppendsNewcomers) {
+    const struct {
+        const char* what;
+        QStringList saved;
+        QSet<QString> removed;
+        QStringList active;
+        QStringList expected;
+    } cases[] = {
+        {"removed stays out, new one appended",
+         {kNOAD, kBundled},
+         {kOCD},
+         {kNOAD, kOCD, kODE},
+         {kNOAD, kBundled, kODE}},
+        {"no longer active is dropped", {kODE, kNOAD, kBundled}, {}, {kNOAD}, {kNOAD, kBundled}},
+        {"duplicates kept",
+         {kNOAD, kBundled, kNOAD},
+         {},
+         {kNOAD, kOCD},
+         {kNOAD, kBundled, kNOAD, kOCD}},
+        {"removed even when saved",
+         {kOCD, kNOAD, kBundled},
+         {kOCD, kBundled},
+         {kNOAD, kOCD},
+         {kNOAD}},
+        {"nothing saved", {}, {}, {kApple, kDictd}, {kBundled, kApple, kDictd}},
+        {"unknown saved identifier", {u"stardict:gone"_s, kBundled}, {}, {}, {kBundled}},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(DictionaryOrder::resolve(c.saved, c.removed, c.active), c.expected) << c.what;
+}
