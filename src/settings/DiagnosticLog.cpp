@@ -2,14 +2,13 @@
 
 #include "platform/PlatformPaths.h"
 
-#include <QDir>
-#include <QFile>
-#include <QFileInfo>
 #include <QLocale>
 #include <QStringList>
 #include <QSysInfo>
 #include <condition_variable>
 #include <deque>
+#include <filesystem>
+#include <fstream>
 #include <mutex>
 #include <thread>
 
@@ -23,26 +22,31 @@ struct Job {
     QDateTime date;
 };
 
-// Runs on the worker: every failure drops the line and leaves the next write to start afresh.
+// Runs on the worker, with standard file I/O only: no Qt object lives on this thread, so it
+// may still be writing while the application object goes away. Every failure drops the line
+// and leaves the next write to start afresh.
 void append(const Job& job) {
     const std::optional<QString> folder = directory();
     if (!folder)
         return;
     const QByteArray bytes = (timeStamp(job.date) + u' ' + job.line + u'\n').toUtf8();
-    if (!QDir().mkpath(*folder))
+    namespace fs = std::filesystem;
+    const fs::path dir = folder->toStdString();
+    std::error_code error;
+    fs::create_directories(dir, error);
+    if (error)
         return;
-    const QString current = *folder + u'/' + currentFileName();
-    const QFileInfo info(current);
-    if (info.exists() && info.size() > rotationBytes) {
-        const QString previous = *folder + u'/' + previousFileName();
-        QFile::remove(previous);
-        QFile::rename(current, previous);
+    const fs::path current = dir / currentFileName().toStdString();
+    const auto size = fs::file_size(current, error);
+    if (!error && size > static_cast<std::uintmax_t>(rotationBytes)) {
+        const fs::path previous = dir / previousFileName().toStdString();
+        fs::remove(previous, error);
+        fs::rename(current, previous, error);
     }
     // Opened and closed per line, so moving the file aside for rotation is always safe.
-    QFile file(current);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Append))
-        return;
-    file.write(bytes);
+    std::ofstream file(current, std::ios::binary | std::ios::app);
+    if (file)
+        file.write(bytes.constData(), bytes.size());
 }
 
 // One thread writes the lines in the order they were submitted. It starts with the first

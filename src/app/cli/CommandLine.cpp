@@ -12,9 +12,11 @@
 #include "core/UnsupportedTranslationEngine.h"
 #include "dictionary/BundledDictionary.h"
 #include "dictionary/WordSourceCatalog.h"
+#include "settings/DiagnosticLog.h"
 #include "settings/EventLog.h"
 
 #include <QCoreApplication>
+#include <QScopeGuard>
 #include <QStringList>
 
 using namespace Qt::StringLiterals;
@@ -132,17 +134,17 @@ std::optional<int> run(int argc, char** argv) {
     }
     if (command == u"log"_s)
         return LogCommand::run(arguments);
-    if (command == u"settings"_s) {
-        QCoreApplication application(argc, argv);
+    // QtCore only: the command line never loads the GUI stack. Log lines still queued are
+    // written before the application object goes.
+    QCoreApplication application(argc, argv);
+    const auto finished = qScopeGuard([] { DiagnosticLog::flush(); });
+    if (command == u"settings"_s)
         return SettingsCommand::run(arguments);
-    }
     if (command != u"lookup"_s && command != u"check"_s)
         return reportUsage();
     const std::optional<Invocation> invocation = parse(arguments);
     if (!invocation)
         return reportUsage();
-    // QtCore only: the command line never loads the GUI stack.
-    QCoreApplication application(argc, argv);
     return command == u"check"_s ? check(*invocation) : lookup(*invocation);
 }
 
