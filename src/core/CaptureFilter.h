@@ -5,7 +5,6 @@
 
 #include <QDateTime>
 #include <QString>
-
 #include <optional>
 
 // The last text accepted for lookup, for the duplicate rule.

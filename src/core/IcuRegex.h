@@ -2,12 +2,10 @@
 
 #include <QString>
 #include <QStringView>
-
 #include <memory>
 #include <optional>
-#include <vector>
-
 #include <unicode/uversion.h>
+#include <vector>
 
 U_NAMESPACE_BEGIN
 class RegexPattern;

@@ -8,7 +8,6 @@
 #include <QCoroTask>
 #include <QList>
 #include <QString>
-
 #include <functional>
 #include <optional>
 #include <variant>

@@ -4,7 +4,6 @@
 
 #include <QList>
 #include <QString>
-
 #include <optional>
 
 // What one lookup produced: a dictionary's answer for a word, or a translation.
@@ -15,7 +14,7 @@ struct LookupResult {
         QString shortName; // the tab label
         QString name;      // the full name
         QList<DictionaryEntry> entries;
-        bool stubExempt = false;       // never treated as a cross-reference stub
+        bool stubExempt = false; // never treated as a cross-reference stub
 
         bool operator==(const Source&) const = default;
     };

@@ -2,7 +2,6 @@
 
 #include <QSet>
 #include <QString>
-
 #include <optional>
 
 // Why a captured text is not looked up. Raw values are stable: 0–9 in this order.
@@ -20,7 +19,9 @@ enum class RejectReason : int {
 };
 
 namespace RejectReasons {
-constexpr int rawValue(RejectReason reason) { return static_cast<int>(reason); }
+constexpr int rawValue(RejectReason reason) {
+    return static_cast<int>(reason);
+}
 std::optional<RejectReason> fromRawValue(int raw);
 // The case name as scripts see it, e.g. "urlOrPath".
 QString caseName(RejectReason reason);

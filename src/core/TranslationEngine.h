@@ -2,10 +2,9 @@
 
 #include "core/Cancellation.h"
 
+#include <QCoroTask>
 #include <QObject>
 #include <QString>
-#include <QCoroTask>
-
 #include <variant>
 
 // State of the English → Simplified Chinese translation assets. Raw values are stable.

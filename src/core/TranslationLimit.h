@@ -1,7 +1,6 @@
 #pragma once
 
 #include <QString>
-
 #include <optional>
 
 // The largest text that may be looked up. (`long` is a C++ keyword, hence `long_`.)

@@ -2,7 +2,6 @@
 
 #include <QString>
 #include <QStringView>
-
 #include <functional>
 
 // Character-level helpers shared by the filter, the dictionaries and the engine.

@@ -5,7 +5,6 @@
 #include <QList>
 #include <QString>
 #include <QStringList>
-
 #include <optional>
 
 // The dictionaries a word lookup walks, in the user's order: the bundled database and the
