@@ -113,12 +113,3 @@ TEST(CaptureFilter, showsEverythingLetsOnlyIgnorableReasonsThroughOnTheClipboard
     EXPECT_EQ(remote(Channel::clipboard, everything), std::nullopt);
     EXPECT_EQ(remote(Channel::onDemand, {}), std::nullopt);
 }
-
-TEST(CaptureFilter, everyRawValueIsAReasonAndOnlySecretsKeepNoCopy) {
-    for (int raw = 0; raw <= 9; ++raw) {
-        const RejectReason reason = RejectReasons::fromRawValue(raw).value();
-        EXPECT_EQ(RejectReasons::keepsNoCopy(reason),
-                  reason == RejectReason::concealed || reason == RejectReason::secretLike);
-    }
-    EXPECT_EQ(RejectReasons::fromRawValue(10), std::nullopt);
-}

@@ -89,21 +89,6 @@ TEST_F(EventLogTest, KeepsTheNewestSixtyEntries) {
     EXPECT_EQ(disk.size(), 61) << "every entry reaches the disk, even those later dropped";
 }
 
-TEST_F(EventLogTest, DiskLineIsOneRedactedLineWithItsLabel) {
-    const QDateTime date = QDateTime::fromMSecsSinceEpoch(1'709'629'621'042);
-    log.append(EventLog::makeEntry(
-        EventLog::Kind::error,
-        u"词典和翻译里都没有 "_s + EventLog::privateSegment(u"first line\nsecond"_s), date));
-    ASSERT_EQ(disk.size(), 1);
-    EXPECT_EQ(disk[0].line, u"[错误] 词典和翻译里都没有 ‹17 字›"_s);
-    EXPECT_EQ(disk[0].date, date);
-    EXPECT_EQ(log.entries().first().text, u"词典和翻译里都没有 first line␍second"_s);
-
-    // Content written without segments still never splits the line.
-    log.append(EventLog::Kind::result, u"a\nb\r\nc"_s);
-    EXPECT_EQ(disk[1].line, u"[结果] a␍b␍c"_s);
-}
-
 TEST(EventLogKinds, RawValuesAndLabels) {
     const std::tuple<EventLog::Kind, QString, QString> kinds[] = {
         {EventLog::Kind::trigger, u"trigger"_s, u"触发"_s},
