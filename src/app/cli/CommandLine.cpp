@@ -1,6 +1,7 @@
 #include "cli/CommandLine.h"
 
 #include "cli/LogCommand.h"
+#include "cli/NotebookCommand.h"
 #include "cli/Output.h"
 #include "cli/ResultRendering.h"
 #include "cli/SettingsCommand.h"
@@ -29,10 +30,14 @@ struct Invocation {
     QString text; // the remaining arguments joined by single spaces
 };
 
-const QString kUsage = u"用法：quillet lookup [--json] 文本…\n"
-                       "      quillet check [--json] 文本…\n"
-                       "      quillet log [--lines N]\n"
-                       "      quillet settings list | get 键 | set 键 值"_s;
+const QString kUsage =
+    u"用法：quillet lookup [--json] 文本…\n"
+    "      quillet check [--json] 文本…\n"
+    "      quillet log [--lines N]\n"
+    "      quillet settings list | get 键 | set 键 值\n"
+    "      quillet notebook list [--starred] [--json] | star 文本 [--sentence] |\n"
+    "               unstar 文本 [--sentence] | remove 文本 [--sentence] | clear |\n"
+    "               export --format anki|plain [--scope starred|all] [-o 文件]"_s;
 
 // The feature name of lookups asked for on the command line, in event-log lines.
 const QString kFeature = u"命令行"_s;
@@ -140,6 +145,8 @@ std::optional<int> run(int argc, char** argv) {
     const auto finished = qScopeGuard([] { DiagnosticLog::flush(); });
     if (command == u"settings"_s)
         return SettingsCommand::run(arguments);
+    if (command == u"notebook"_s)
+        return NotebookCommand::run(arguments);
     if (command != u"lookup"_s && command != u"check"_s)
         return reportUsage();
     const std::optional<Invocation> invocation = parse(arguments);

@@ -1,0 +1,292 @@
+#include "notebook/Vocabulary.h"
+
+#include "core/TextFilter.h"
+#include "core/UnicodeText.h"
+#include "notebook/InlineGloss.h"
+#include "notebook/VocabularyArchive.h"
+#include "platform/PlatformPaths.h"
+#include "settings/DefaultsStore.h"
+#include "settings/EventLog.h"
+#include "settings/Preferences.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QSaveFile>
+#include <QSet>
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const QString kStorageKey = u"vocabulary2"_s;
+const QString kWordListKey = u"vocabulary"_s;
+const QString kQueryHistoryKey = u"queryHistory"_s;
+
+bool writeAtomically(const QString& filePath, const QByteArray& bytes) {
+    if (!QDir().mkpath(QFileInfo(filePath).path()))
+        return false;
+    QSaveFile file(filePath);
+    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.commit();
+}
+
+// "vocabulary-unreadable-2024-03-05T09-07-01Z.json": colons are not allowed in every file
+// system; "-2", "-3"… keep a second copy in the same second from replacing the first.
+QString unusedCopyPath(const QString& folder, const QDateTime& now) {
+    const QString stamp = now.toString(Qt::ISODate).replace(u':', u'-');
+    const QString base = folder + u"/vocabulary-unreadable-"_s + stamp;
+    QString candidate = base + u".json"_s;
+    for (int n = 2; QFileInfo::exists(candidate); ++n)
+        candidate = base + u'-' + QString::number(n) + u".json"_s;
+    return candidate;
+}
+
+Vocabulary::Entry legacyEntry(const QString& word, const VocabularyArchive::LegacyItem& item) {
+    return {.kind = Vocabulary::Kind::word,
+            .text = word,
+            .firstDate = item.firstDate,
+            .lastDate = item.lastDate,
+            .count = item.count,
+            .starred = true};
+}
+
+} // namespace
+
+Vocabulary& Vocabulary::shared() {
+    static Vocabulary vocabulary(Dependencies{
+        .store = DefaultsStore::shared(),
+        .recordingEnabled = [] { return Preferences::shared().vocabularyEnabled(); },
+        .log =
+            [](const QString& content) {
+                EventLog::shared().append(EventLog::Kind::result, content);
+            },
+        .folder = PlatformPaths::dataDirectory(),
+        .gloss = [](const QString& text) { return InlineGloss::shared().gloss(text); },
+    });
+    return vocabulary;
+}
+
+Vocabulary::Vocabulary(Dependencies dependencies, QObject* parent)
+    : QObject(parent), m_deps(std::move(dependencies)) {
+    load();
+}
+
+QList<Vocabulary::Entry> Vocabulary::starred() const {
+    QList<Entry> result;
+    std::copy_if(m_entries.cbegin(), m_entries.cend(), std::back_inserter(result),
+                 [](const Entry& e) { return e.starred; });
+    return result;
+}
+
+qsizetype Vocabulary::starredCount() const {
+    return std::count_if(m_entries.cbegin(), m_entries.cend(),
+                         [](const Entry& e) { return e.starred; });
+}
+
+bool Vocabulary::isNearlyFull() const {
+    return m_entries.size() - starredCount() >= nearlyFullAt;
+}
+
+QString Vocabulary::normalize(const QString& text, Kind kind) {
+    const QString trimmed = UnicodeText::trimmed(text);
+    return kind == Kind::word ? UnicodeText::lowercased(trimmed) : trimmed;
+}
+
+bool Vocabulary::isRecordableWord(const QString& text) {
+    if (text.isEmpty() || TextFilter::kind(text) != QueryKind::word)
+        return false;
+    bool recordable = true;
+    UnicodeText::forEachCharacter(text, [&recordable](QStringView character) {
+        recordable =
+            UnicodeText::isAsciiLetter(character) || character == u"-"_s || character == u"'"_s;
+        return recordable;
+    });
+    return recordable;
+}
+
+qsizetype Vocabulary::indexOf(const QString& text, Kind kind) const {
+    const auto it = std::find_if(m_entries.cbegin(), m_entries.cend(),
+                                 [&](const Entry& e) { return e.kind == kind && e.text == text; });
+    return it == m_entries.cend() ? -1 : it - m_entries.cbegin();
+}
+
+std::optional<Vocabulary::Entry> Vocabulary::entry(const QString& text, Kind kind) const {
+    const qsizetype index = indexOf(normalize(text, kind), kind);
+    return index < 0 ? std::nullopt : std::optional(m_entries[index]);
+}
+
+void Vocabulary::record(const QString& text) {
+    if (!m_deps.recordingEnabled())
+        return;
+    const QString word = normalize(text, Kind::word);
+    if (!isRecordableWord(word))
+        return;
+    const QDateTime now = m_deps.now();
+    const qsizetype index = indexOf(word, Kind::word);
+    if (index >= 0) {
+        Entry entry = m_entries.takeAt(index);
+        entry.lastDate = now;
+        ++entry.count;
+        m_entries.prepend(std::move(entry));
+    } else {
+        m_entries.prepend(
+            Entry{.kind = Kind::word, .text = word, .firstDate = now, .lastDate = now, .count = 1});
+    }
+    evictIfNeeded();
+    changed();
+}
+
+// A newly starred item goes to the top like a fresh lookup, with a count of 0 since it was
+// never looked up; unstarring such an item removes it, as nothing else would keep it.
+bool Vocabulary::toggleStar(const QString& text, Kind kind,
+                            const std::optional<QString>& translation,
+                            const std::optional<Source>& source) {
+    const QString normalized = normalize(text, kind);
+    if (normalized.isEmpty())
+        return false;
+    const QDateTime now = m_deps.now();
+    const qsizetype index = indexOf(normalized, kind);
+    if (index < 0) {
+        m_entries.prepend(Entry{.kind = kind,
+                                .text = normalized,
+                                .translation = translation,
+                                .firstDate = now,
+                                .lastDate = now,
+                                .starred = true,
+                                .source = source});
+        changed();
+        return true;
+    }
+    Entry& entry = m_entries[index];
+    entry.starred = !entry.starred;
+    entry.lastDate = now;
+    if (!entry.translation)
+        entry.translation = translation;
+    if (!entry.source)
+        entry.source = source;
+    const bool starred = entry.starred;
+    if (!starred) {
+        if (entry.count == 0)
+            m_entries.removeAt(index);
+        evictIfNeeded();
+    }
+    changed();
+    return starred;
+}
+
+void Vocabulary::remove(const Entry& entry) {
+    const qsizetype index = indexOf(entry.text, entry.kind);
+    if (index < 0)
+        return;
+    m_entries.removeAt(index);
+    changed();
+}
+
+void Vocabulary::removeHistory(const QString& logLine) {
+    m_entries.removeIf([](const Entry& e) { return !e.starred; });
+    changed();
+    m_deps.log(logLine);
+}
+
+void Vocabulary::clearRecords() {
+    removeHistory(u"查询记录已清空（收藏保留）"_s);
+}
+
+void Vocabulary::purgeIfDisabled() {
+    if (!m_deps.recordingEnabled())
+        removeHistory(u"已关闭自动记录并清除查询记录（收藏保留）"_s);
+}
+
+void Vocabulary::evictIfNeeded() {
+    qsizetype excess = m_entries.size() - starredCount() - historyLimit;
+    if (excess <= 0)
+        return;
+    const qsizetype removed = excess;
+    for (qsizetype i = m_entries.size() - 1; i >= 0 && excess > 0; --i) {
+        if (!m_entries[i].starred) {
+            m_entries.removeAt(i);
+            --excess;
+        }
+    }
+    m_deps.log(u"查询记录已满，移除最旧的 "_s + QString::number(removed) +
+               u" 条（收藏不受影响）"_s);
+}
+
+void Vocabulary::changed() {
+    save();
+    Q_EMIT entriesChanged();
+}
+
+void Vocabulary::save() {
+    m_deps.store.setValue(kStorageKey, VocabularyArchive::encode(m_entries));
+}
+
+void Vocabulary::load() {
+    if (const std::optional<QByteArray> data = m_deps.store.dataIfPresent(kStorageKey);
+        data && !data->isEmpty()) {
+        VocabularyArchive::Decoded decoded = VocabularyArchive::decode(*data);
+        m_entries = std::move(decoded.entries);
+        if (!decoded.intact) {
+            preserveUnreadable(*data, decoded.total);
+            save();
+        }
+    }
+    if (const std::optional<QByteArray> data = m_deps.store.dataIfPresent(kWordListKey)) {
+        if (const auto items = VocabularyArchive::decodeWordList(*data)) {
+            QList<Entry> words;
+            for (const VocabularyArchive::LegacyItem& item : *items) {
+                if (const QString word = normalize(item.term, Kind::word); !word.isEmpty())
+                    words.append(legacyEntry(word, item));
+            }
+            adoptLegacy(words, kWordListKey);
+            m_deps.log(u"已把 "_s + QString::number(words.size()) + u" 个生词转为收藏"_s);
+        }
+    }
+    if (const std::optional<QByteArray> data = m_deps.store.dataIfPresent(kQueryHistoryKey)) {
+        if (const auto items = VocabularyArchive::decodeQueryHistory(*data)) {
+            QList<Entry> words;
+            QSet<QString> seen;
+            for (const VocabularyArchive::LegacyItem& item : *items) {
+                const QString word = normalize(item.term, Kind::word);
+                if (isRecordableWord(word) && !seen.contains(word)) {
+                    seen.insert(word);
+                    words.append(legacyEntry(word, item));
+                }
+            }
+            adoptLegacy(words, kQueryHistoryKey);
+            m_deps.log(u"已把 "_s + QString::number(words.size()) + u" 条历史记录转为收藏"_s);
+        }
+    }
+}
+
+// Older words go after the current list (they are older than it); a word already in the
+// list has that entry starred instead. One write saves the list and drops the old key, so
+// each conversion happens once.
+void Vocabulary::adoptLegacy(const QList<Entry>& words, const QString& oldKey) {
+    for (const Entry& word : words) {
+        if (const qsizetype index = indexOf(word.text, Kind::word); index >= 0)
+            m_entries[index].starred = true;
+        else
+            m_entries.append(word);
+    }
+    m_deps.store.setValues(
+        {{kStorageKey, VocabularyArchive::encode(m_entries)}, {oldKey, QVariant()}});
+    Q_EMIT entriesChanged();
+}
+
+// The raw data is copied before anything is overwritten: into the store next to the list,
+// and into a file in the notebook's folder when there is one.
+void Vocabulary::preserveUnreadable(const QByteArray& raw, qsizetype total) {
+    m_deps.store.setValue(kStorageKey + u".unreadable"_s, raw);
+    QString copy = kStorageKey + u".unreadable"_s;
+    if (m_deps.folder) {
+        const QString path = unusedCopyPath(*m_deps.folder, m_deps.now());
+        if (writeAtomically(path, raw))
+            copy = QDir::toNativeSeparators(path);
+    }
+    const qsizetype read = m_entries.size();
+    const QString what = read == 0
+                             ? u"存档整份读不出来"_s
+                             : QString::number(total) + u" 条里只读出 "_s + QString::number(read);
+    m_deps.log(what + u"，原数据已另存到 "_s + copy);
+}

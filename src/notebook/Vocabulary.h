@@ -1,0 +1,114 @@
+#pragma once
+
+#include <QDateTime>
+#include <QList>
+#include <QObject>
+#include <QString>
+#include <functional>
+#include <optional>
+
+class DefaultsStore;
+
+// The notebook: the automatic query history and the starred words and sentences, in one
+// list, newest first, kept in the defaults store under "vocabulary2". Main thread only.
+class Vocabulary : public QObject {
+    Q_OBJECT
+public:
+    enum class Kind { word, sentence };
+    enum class ExportFormat { anki, plain };
+    enum class ExportScope { starred, all };
+
+    // Where a sentence came from (video subtitles).
+    struct Source {
+        QString title;
+        std::optional<QString> episode;
+        std::optional<double> time; // seconds into the video
+        std::optional<QString> url;
+        std::optional<QString> app;
+
+        // "title · episode · 1:02:03", leaving out what is absent or empty.
+        QString caption() const;
+        // "%d:%02d" below an hour, "%d:%02d:%02d" from an hour on.
+        static QString clock(double seconds);
+        bool operator==(const Source&) const = default;
+    };
+
+    struct Entry {
+        Kind kind = Kind::word;
+        QString text;
+        std::optional<QString> translation;
+        std::optional<QDateTime> firstDate;
+        std::optional<QDateTime> lastDate;
+        qint64 count = 0;
+        bool starred = false;
+        std::optional<Source> source;
+        bool operator==(const Entry&) const = default;
+    };
+
+    struct Dependencies {
+        DefaultsStore& store;
+        // Whether automatic recording is on (the "historyEnabled" setting).
+        std::function<bool()> recordingEnabled;
+        // Receives event-log contents.
+        std::function<void(const QString& content)> log;
+        // Where the copy of an unreadable archive is written; nothing when unknown.
+        std::optional<QString> folder;
+        std::function<QDateTime()> now = [] {
+            return QDateTime::currentDateTimeUtc();
+        };
+        // A short gloss for an entry without a translation (export back text).
+        std::function<std::optional<QString>(const QString& text)> gloss;
+    };
+
+    static constexpr qsizetype historyLimit = 500;
+    static constexpr qsizetype nearlyFullAt = 450;
+
+    static Vocabulary& shared();
+    explicit Vocabulary(Dependencies dependencies, QObject* parent = nullptr);
+
+    const QList<Entry>& entries() const { return m_entries; }
+    QList<Entry> starred() const;
+    qsizetype starredCount() const;
+    bool isNearlyFull() const;
+
+    // Notes a lookup of a word (when recording is on and the word is plain ASCII).
+    void record(const QString& text);
+    // Returns the new state. A newly starred item goes to the top with a count of 0;
+    // unstarring an item never looked up (count 0) removes it.
+    bool toggleStar(const QString& text, Kind kind,
+                    const std::optional<QString>& translation = std::nullopt,
+                    const std::optional<Source>& source = std::nullopt);
+    // `text` is normalised for `kind` first.
+    std::optional<Entry> entry(const QString& text, Kind kind) const;
+    // Removes the entry of the same kind and text.
+    void remove(const Entry& entry);
+    // Both keep every starred entry.
+    void clearRecords();
+    void purgeIfDisabled();
+
+    // One line per entry, each ending in "\n"; the back text is the translation, else the
+    // gloss, else empty.
+    QString exportText(ExportFormat format, ExportScope scope) const;
+
+    static QString normalize(const QString& text, Kind kind);
+    static bool isRecordableWord(const QString& text);
+    // "今天", "昨天", "M 月 d 日" this year, else "yyyy 年 M 月 d 日".
+    static QString dayTitle(const QDateTime& date, const QDateTime& now);
+
+Q_SIGNALS:
+    void entriesChanged();
+
+private:
+    qsizetype indexOf(const QString& normalizedText, Kind kind) const;
+    void load();
+    void adoptLegacy(const QList<Entry>& words, const QString& oldKey);
+    void preserveUnreadable(const QByteArray& raw, qsizetype total);
+    void removeHistory(const QString& logLine);
+    void evictIfNeeded();
+    // Saves the whole list and tells the user interface.
+    void changed();
+    void save();
+
+    Dependencies m_deps;
+    QList<Entry> m_entries;
+};
