@@ -82,4 +82,11 @@ quint32 modifiersFromQt(quint32 qtModifiers, bool controlMeansCommand) {
     return bits;
 }
 
+std::optional<QString> usKeyName(quint32 keyCode) {
+    const std::optional<QChar> character = usCharacter(keyCode);
+    if (!character)
+        return std::nullopt;
+    return QString(*character).toUpper();
+}
+
 } // namespace MacKeyCodes

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QChar>
+#include <QString>
 #include <QtGlobal>
 #include <optional>
 
@@ -12,6 +13,8 @@ namespace MacKeyCodes {
 // The unshifted character of the key on a US-ANSI layout (lower-case letters), or nothing
 // for keys that print none (space, Return, arrows, function keys) and unknown codes.
 std::optional<QChar> usCharacter(quint32 keyCode);
+// The key's US-ANSI character as a hot-key name shows it (upper case), or nothing.
+std::optional<QString> usKeyName(quint32 keyCode);
 // The key that prints `character` on a US-ANSI layout; letters match in either case.
 std::optional<quint32> fromUsCharacter(QChar character);
 

@@ -89,7 +89,7 @@ int clusterBreakClass(char32_t codePoint) {
 }
 
 bool isAsciiLetter(QChar unit) {
-    return (unit >= u'a' && unit <= u'z') || (unit >= u'A' && unit <= u'Z');
+    return UnicodeText::isAsciiLetter(char32_t(unit.unicode()));
 }
 
 bool isAsciiDigit(QChar unit) {

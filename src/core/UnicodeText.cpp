@@ -208,10 +208,7 @@ bool isLetter(QStringView character) {
 }
 
 bool isAsciiLetter(QStringView character) {
-    if (character.size() != 1)
-        return false;
-    const char16_t unit = character[0].unicode();
-    return (unit >= u'a' && unit <= u'z') || (unit >= u'A' && unit <= u'Z');
+    return character.size() == 1 && isAsciiLetter(char32_t(character[0].unicode()));
 }
 
 QString lowercased(QStringView text) {

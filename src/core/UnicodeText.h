@@ -29,6 +29,9 @@ char32_t firstCodePoint(QStringView character);
 bool isLetter(QStringView character);
 // One code point below 128 that is a letter.
 bool isAsciiLetter(QStringView character);
+constexpr bool isAsciiLetter(char32_t codePoint) {
+    return (codePoint >= U'a' && codePoint <= U'z') || (codePoint >= U'A' && codePoint <= U'Z');
+}
 
 // Full Unicode lower-casing (root locale), unlike QString::toLower's simple mapping.
 QString lowercased(QStringView text);

@@ -11,10 +11,7 @@ namespace HotKeyNames {
 
 // The core has no keyboard-layout access on X11, so the key's US-ANSI character stands in.
 std::optional<QString> layoutCharacter(quint32 keyCode) {
-    const std::optional<QChar> character = MacKeyCodes::usCharacter(keyCode);
-    if (!character)
-        return std::nullopt;
-    return QString(*character).toUpper();
+    return MacKeyCodes::usKeyName(keyCode);
 }
 
 QString combination(quint32 modifiers, const QString& keyName) {

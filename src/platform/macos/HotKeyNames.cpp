@@ -9,10 +9,7 @@ namespace HotKeyNames {
 
 // The US-ANSI character until the layout translation (UCKeyTranslate) is wired in.
 std::optional<QString> layoutCharacter(quint32 keyCode) {
-    const std::optional<QChar> character = MacKeyCodes::usCharacter(keyCode);
-    if (!character)
-        return std::nullopt;
-    return QString(*character).toUpper();
+    return MacKeyCodes::usKeyName(keyCode);
 }
 
 QString combination(quint32 modifiers, const QString& keyName) {
