@@ -1,0 +1,21 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+#include <QStringList>
+#include <optional>
+
+// The system clipboard as the clipboard monitor sees it: a change counter that moves on
+// every new content, the plain text if there is any, and the declared content types.
+class Pasteboard {
+public:
+    virtual ~Pasteboard() = default;
+
+    virtual qint64 changeCount() const = 0;
+    virtual std::optional<QString> plainText() const = 0;
+    virtual QStringList types() const = 0;
+    // The raw content of one declared type (e.g. a password manager's hint).
+    virtual QByteArray data(const QString& type) const = 0;
+    // Puts plain text on the clipboard (the panel's copy action).
+    virtual void writeText(const QString& text) = 0;
+};
