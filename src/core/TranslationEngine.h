@@ -20,6 +20,10 @@ struct TranslationFailure {
 
 using TranslationOutcome = std::variant<QString, TranslationFailure, Cancelled>;
 
+// The assets are in place after a preparation.
+struct TranslationAssetsReady {};
+using PreparationOutcome = std::variant<TranslationAssetsReady, TranslationFailure, Cancelled>;
+
 // Sentence translation on the device. Backends differ per platform and setup; the lookup
 // engine only needs these calls.
 class TranslationEngine : public QObject {
@@ -31,7 +35,14 @@ public:
     virtual TranslationAssetStatus assetStatus() const = 0;
     virtual QCoro::Task<TranslationOutcome> translate(QString text, CancellationToken token) = 0;
     virtual QCoro::Task<void> refreshAssetStatus() = 0;
+    // Fetches the assets when they are missing (may take minutes), refreshes the state and
+    // writes the outcome to the event log.
+    virtual QCoro::Task<PreparationOutcome> prepareInteractively(CancellationToken token) = 0;
 
 Q_SIGNALS:
     void assetStatusChanged(TranslationAssetStatus status);
+    // How far a preparation has come, from 0 to 1; never goes back within one preparation.
+    void preparationProgress(double fraction);
+    // A passing message for the panel, e.g. that the first translation will be slow.
+    void notice(const QString& text);
 };

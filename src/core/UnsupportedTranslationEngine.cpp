@@ -1,6 +1,12 @@
 #include "core/UnsupportedTranslationEngine.h"
 
+#include "settings/EventLog.h"
+
 using namespace Qt::StringLiterals;
+
+namespace {
+const QString kUnavailable = u"翻译服务不可用"_s;
+}
 
 TranslationAssetStatus UnsupportedTranslationEngine::assetStatus() const {
     return TranslationAssetStatus::unsupported;
@@ -10,9 +16,17 @@ QCoro::Task<TranslationOutcome> UnsupportedTranslationEngine::translate(QString,
                                                                         CancellationToken token) {
     if (token.isCancelled())
         co_return Cancelled{};
-    co_return TranslationFailure{u"翻译服务不可用"_s};
+    co_return TranslationFailure{kUnavailable};
 }
 
 QCoro::Task<void> UnsupportedTranslationEngine::refreshAssetStatus() {
     co_return;
+}
+
+QCoro::Task<PreparationOutcome>
+UnsupportedTranslationEngine::prepareInteractively(CancellationToken token) {
+    if (token.isCancelled())
+        co_return Cancelled{};
+    EventLog::shared().append(EventLog::Kind::error, u"语言包检查失败："_s + kUnavailable);
+    co_return TranslationFailure{kUnavailable};
 }

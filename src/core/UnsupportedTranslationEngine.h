@@ -3,7 +3,7 @@
 #include "core/TranslationEngine.h"
 
 // The engine used where no on-device translator exists: it says so truthfully, and every
-// translation fails with "翻译服务不可用".
+// translation and preparation fails with "翻译服务不可用".
 class UnsupportedTranslationEngine final : public TranslationEngine {
     Q_OBJECT
 public:
@@ -12,4 +12,5 @@ public:
     TranslationAssetStatus assetStatus() const override;
     QCoro::Task<TranslationOutcome> translate(QString text, CancellationToken token) override;
     QCoro::Task<void> refreshAssetStatus() override;
+    QCoro::Task<PreparationOutcome> prepareInteractively(CancellationToken token) override;
 };

@@ -2,6 +2,7 @@
 
 #include "settings/FilterPreferences.h"
 #include "settings/Preferences.h"
+#include "settings/TranslationSettings.h"
 #include "settings/TriggerSettings.h"
 
 #include <QJsonArray>
@@ -79,6 +80,40 @@ Setting secondsSetting(const QString& key, std::function<double()> get,
                 set(seconds);
                 return std::nullopt;
             }};
+}
+
+// The translation server: where it is, which protocol it speaks, which model answers.
+QList<Setting> translationSettings(TranslationSettings& translation) {
+    TranslationSettings* t = &translation;
+    const QString endpointKey = u"translation.endpoint"_s;
+    const QString endpointHint = u"以 http:// 或 https:// 开头、带主机名的网址"_s;
+    const QString modelKey = u"translation.model"_s;
+    const QString modelHint = u"不含空白的模型名称"_s;
+    return {
+        {endpointKey, endpointHint, [t] { return t->endpoint().toString(); },
+         [=](const QString& value) -> std::optional<QString> {
+             const std::optional<QUrl> url = TranslationSettings::parseEndpoint(value);
+             if (!url)
+                 return refusal(endpointKey, endpointHint, value);
+             t->setEndpoint(*url);
+             return std::nullopt;
+         }},
+        choiceSetting(
+            u"translation.api"_s, {u"ollama"_s, u"openai"_s},
+            [t] { return TranslationSettings::rawValue(t->api()); },
+            [t](const QString& v) {
+                t->setApi(TranslationSettings::apiFromRawValue(v).value_or(
+                    TranslationSettings::Api::ollama));
+            }),
+        {modelKey, modelHint, [t] { return t->model(); },
+         [=](const QString& value) -> std::optional<QString> {
+             const std::optional<QString> model = TranslationSettings::parseModel(value);
+             if (!model)
+                 return refusal(modelKey, modelHint, value);
+             t->setModel(*model);
+             return std::nullopt;
+         }},
+    };
 }
 
 Setting hotKeySetting(TriggerSettings& triggers) {
@@ -185,6 +220,7 @@ SettingsCatalog::SettingsCatalog(Preferences& preferences, TriggerSettings& trig
             u"filter.showsEverything"_s, [&filter] { return filter.showsEverything(); },
             [&filter](bool v) { filter.setShowsEverything(v); }),
     };
+    m_settings.append(translationSettings(TranslationSettings::shared()));
 }
 
 const SettingsCatalog::Setting* SettingsCatalog::find(const QString& key) const {

@@ -35,6 +35,9 @@ public:
         co_return TranslationFailure{failure};
     }
     QCoro::Task<void> refreshAssetStatus() override { co_return; }
+    QCoro::Task<PreparationOutcome> prepareInteractively(CancellationToken) override {
+        co_return TranslationAssetsReady{};
+    }
 };
 
 // System dictionaries whose definitions are scripted as "headword|sense;sense" lines.

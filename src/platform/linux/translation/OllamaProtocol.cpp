@@ -1,0 +1,148 @@
+#include "OllamaProtocol.h"
+
+#include "OllamaPullStream.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+using Kind = ServerFailure::Kind;
+
+// "llama3" and "llama3:latest" name the same model.
+QString withTag(const QString& name) {
+    return name.contains(u':') ? name : name + u":latest"_s;
+}
+
+QByteArray compact(const QJsonObject& object) {
+    return QJsonDocument(object).toJson(QJsonDocument::Compact);
+}
+
+} // namespace
+
+bool OllamaProtocol::sameModel(const QString& listed, const QString& wanted) const {
+    return withTag(listed).compare(withTag(wanted), Qt::CaseInsensitive) == 0;
+}
+
+QCoro::Task<ServerOutcome<QStringList>> OllamaProtocol::names(QString path,
+                                                              CancellationToken token) {
+    HttpExchange::Request request{
+        .url = url(path), .jsonBody = std::nullopt, .limits = m_limits.quick};
+    const HttpExchange::Outcome outcome =
+        co_await HttpExchange::send(m_manager, std::move(request), token);
+    if (const auto* failure = std::get_if<HttpExchange::Failure>(&outcome)) {
+        if (*failure == HttpExchange::Failure::cancelled)
+            co_return Cancelled{};
+        co_return failureOf(*failure);
+    }
+    const auto& response = std::get<HttpExchange::Response>(outcome);
+    if (!succeeded(response))
+        co_return ServerFailure{Kind::badAnswer, errorDetail(response.body)};
+    const QJsonValue models = QJsonDocument::fromJson(response.body).object().value(u"models"_s);
+    if (!models.isArray())
+        co_return ServerFailure{Kind::badAnswer, {}};
+    QStringList names;
+    for (const QJsonValue& model : models.toArray()) {
+        const QJsonObject object = model.toObject();
+        const QString name = object.value(u"name"_s).toString(object.value(u"model"_s).toString());
+        if (!name.isEmpty())
+            names.append(name);
+    }
+    co_return names;
+}
+
+QCoro::Task<ServerOutcome<QStringList>> OllamaProtocol::listModels(CancellationToken token) {
+    const QString path = u"/api/tags"_s;
+    co_return co_await names(path, token);
+}
+
+QCoro::Task<std::optional<bool>> OllamaProtocol::isLoaded(QString model, CancellationToken token) {
+    const QString path = u"/api/ps"_s;
+    const ServerOutcome<QStringList> loaded = co_await names(path, token);
+    const auto* list = std::get_if<QStringList>(&loaded);
+    if (!list)
+        co_return std::nullopt;
+    co_return std::any_of(list->begin(), list->end(),
+                          [&](const QString& name) { return sameModel(name, model); });
+}
+
+QCoro::Task<ServerOutcome<QString>> OllamaProtocol::chat(Chat chat, CancellationToken token) {
+    QJsonObject options{{u"temperature"_s, 0}};
+    if (chat.maxTokens > 0)
+        options.insert(u"num_predict"_s, chat.maxTokens);
+    const QJsonObject body{
+        {u"model"_s, chat.model},
+        {u"messages"_s,
+         QJsonArray{QJsonObject{{u"role"_s, u"system"_s}, {u"content"_s, chat.instructions}},
+                    QJsonObject{{u"role"_s, u"user"_s}, {u"content"_s, chat.text}}}},
+        {u"stream"_s, false},
+        {u"options"_s, options},
+    };
+    HttpExchange::Request request{
+        .url = url(u"/api/chat"_s), .jsonBody = compact(body), .limits = m_limits.chat};
+    const HttpExchange::Outcome outcome =
+        co_await HttpExchange::send(m_manager, std::move(request), token);
+    if (const auto* failure = std::get_if<HttpExchange::Failure>(&outcome)) {
+        if (*failure == HttpExchange::Failure::cancelled)
+            co_return Cancelled{};
+        co_return failureOf(*failure);
+    }
+    const auto& response = std::get<HttpExchange::Response>(outcome);
+    if (!succeeded(response)) {
+        const QString detail = errorDetail(response.body);
+        // Ollama answers a chat with a model it lacks with 404 and its reason.
+        if (response.status == 404 && !detail.isEmpty())
+            co_return ServerFailure{Kind::modelMissing, detail};
+        co_return ServerFailure{Kind::badAnswer, detail};
+    }
+    const QJsonValue content = QJsonDocument::fromJson(response.body)
+                                   .object()
+                                   .value(u"message"_s)
+                                   .toObject()
+                                   .value(u"content"_s);
+    if (!content.isString())
+        co_return ServerFailure{Kind::badAnswer, {}};
+    co_return content.toString();
+}
+
+QCoro::Task<ServerOutcome<ModelPulled>>
+OllamaProtocol::pull(QString model, std::function<void(double)> progress, CancellationToken token) {
+    OllamaPullStream stream;
+    double reported = -1;
+    const auto report = [&] {
+        if (stream.fraction() > reported && progress) {
+            reported = stream.fraction();
+            progress(reported);
+        }
+    };
+    // "name" is what servers before "model" existed read.
+    const QJsonObject body{{u"model"_s, model}, {u"name"_s, model}, {u"stream"_s, true}};
+    HttpExchange::Request request{.url = url(u"/api/pull"_s),
+                                  .jsonBody = compact(body),
+                                  .limits = m_limits.pull,
+                                  .onChunk = [&](const QByteArray& chunk) {
+                                      if (reported < 0 && progress) {
+                                          reported = 0; // the server has begun
+                                          progress(0);
+                                      }
+                                      stream.feed(chunk);
+                                      report();
+                                  }};
+    const HttpExchange::Outcome outcome =
+        co_await HttpExchange::send(m_manager, std::move(request), token);
+    if (const auto* failure = std::get_if<HttpExchange::Failure>(&outcome)) {
+        if (*failure == HttpExchange::Failure::cancelled)
+            co_return Cancelled{};
+        co_return failureOf(*failure);
+    }
+    stream.finish();
+    if (stream.error())
+        co_return ServerFailure{Kind::badAnswer, *stream.error()};
+    if (!succeeded(std::get<HttpExchange::Response>(outcome)) || !stream.succeeded())
+        co_return ServerFailure{Kind::badAnswer, {}};
+    report();
+    co_return ModelPulled{};
+}

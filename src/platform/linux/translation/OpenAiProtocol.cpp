@@ -1,0 +1,104 @@
+#include "OpenAiProtocol.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+using Kind = ServerFailure::Kind;
+}
+
+QUrl OpenAiProtocol::apiUrl(const QString& path) const {
+    return url(m_endpoint.path().endsWith(u"/v1"_s) ? path : u"/v1"_s + path);
+}
+
+bool OpenAiProtocol::sameModel(const QString& listed, const QString& wanted) const {
+    if (listed.compare(wanted, Qt::CaseInsensitive) == 0)
+        return true;
+    // llama.cpp's server lists the path of the file it was started with.
+    QString file = listed.section(u'/', -1);
+    if (file.endsWith(u".gguf"_s, Qt::CaseInsensitive))
+        file.chop(5);
+    return file.compare(wanted, Qt::CaseInsensitive) == 0;
+}
+
+QCoro::Task<ServerOutcome<QStringList>> OpenAiProtocol::listModels(CancellationToken token) {
+    HttpExchange::Request request{
+        .url = apiUrl(u"/models"_s), .jsonBody = std::nullopt, .limits = m_limits.quick};
+    const HttpExchange::Outcome outcome =
+        co_await HttpExchange::send(m_manager, std::move(request), token);
+    if (const auto* failure = std::get_if<HttpExchange::Failure>(&outcome)) {
+        if (*failure == HttpExchange::Failure::cancelled)
+            co_return Cancelled{};
+        co_return failureOf(*failure);
+    }
+    const auto& response = std::get<HttpExchange::Response>(outcome);
+    if (!succeeded(response))
+        co_return ServerFailure{Kind::badAnswer, errorDetail(response.body)};
+    const QJsonValue data = QJsonDocument::fromJson(response.body).object().value(u"data"_s);
+    if (!data.isArray())
+        co_return ServerFailure{Kind::badAnswer, {}};
+    QStringList names;
+    for (const QJsonValue& model : data.toArray()) {
+        const QString id = model.toObject().value(u"id"_s).toString();
+        if (!id.isEmpty())
+            names.append(id);
+    }
+    co_return names;
+}
+
+QCoro::Task<std::optional<bool>> OpenAiProtocol::isLoaded(QString, CancellationToken) {
+    co_return std::nullopt;
+}
+
+QCoro::Task<ServerOutcome<QString>> OpenAiProtocol::chat(Chat chat, CancellationToken token) {
+    QJsonObject body{
+        {u"model"_s, chat.model},
+        {u"messages"_s,
+         QJsonArray{QJsonObject{{u"role"_s, u"system"_s}, {u"content"_s, chat.instructions}},
+                    QJsonObject{{u"role"_s, u"user"_s}, {u"content"_s, chat.text}}}},
+        {u"temperature"_s, 0},
+        {u"stream"_s, false},
+    };
+    if (chat.maxTokens > 0)
+        body.insert(u"max_tokens"_s, chat.maxTokens);
+    HttpExchange::Request request{.url = apiUrl(u"/chat/completions"_s),
+                                  .jsonBody = QJsonDocument(body).toJson(QJsonDocument::Compact),
+                                  .limits = m_limits.chat};
+    const HttpExchange::Outcome outcome =
+        co_await HttpExchange::send(m_manager, std::move(request), token);
+    if (const auto* failure = std::get_if<HttpExchange::Failure>(&outcome)) {
+        if (*failure == HttpExchange::Failure::cancelled)
+            co_return Cancelled{};
+        co_return failureOf(*failure);
+    }
+    const auto& response = std::get<HttpExchange::Response>(outcome);
+    if (!succeeded(response)) {
+        const QString detail = errorDetail(response.body);
+        // vLLM and LM Studio answer an unknown model with 404 and their reason.
+        if (response.status == 404 && !detail.isEmpty())
+            co_return ServerFailure{Kind::modelMissing, detail};
+        co_return ServerFailure{Kind::badAnswer, detail};
+    }
+    const QJsonValue content = QJsonDocument::fromJson(response.body)
+                                   .object()
+                                   .value(u"choices"_s)
+                                   .toArray()
+                                   .at(0)
+                                   .toObject()
+                                   .value(u"message"_s)
+                                   .toObject()
+                                   .value(u"content"_s);
+    if (!content.isString())
+        co_return ServerFailure{Kind::badAnswer, {}};
+    co_return content.toString();
+}
+
+QCoro::Task<ServerOutcome<ModelPulled>> OpenAiProtocol::pull(QString, std::function<void(double)>,
+                                                             CancellationToken token) {
+    if (token.isCancelled())
+        co_return Cancelled{};
+    co_return ServerFailure{Kind::cannotPull, {}};
+}

@@ -1,0 +1,12 @@
+#include "platform/TranslationEngineFactory.h"
+
+#include "core/UnsupportedTranslationEngine.h"
+
+namespace TranslationEngineFactory {
+
+// Until the system's own translation is wired in, sentences report it honestly.
+std::unique_ptr<TranslationEngine> create() {
+    return std::make_unique<UnsupportedTranslationEngine>();
+}
+
+} // namespace TranslationEngineFactory

@@ -1,0 +1,90 @@
+#pragma once
+
+#include <QByteArray>
+#include <QHash>
+#include <QJsonObject>
+#include <QList>
+#include <QObject>
+#include <QStringList>
+#include <QTcpServer>
+#include <chrono>
+#include <functional>
+
+class QTcpSocket;
+
+// A model server on 127.0.0.1 that speaks the Ollama API (/api/tags, /api/ps, /api/chat and
+// the chunked NDJSON stream of /api/pull) and the OpenAI-compatible API (/v1/models,
+// /v1/chat/completions) over real HTTP/1.1 with keep-alive, answering from a script. Any
+// path can be made to misbehave. Lives on the thread that calls listen().
+class FakeModelServer : public QObject {
+    Q_OBJECT
+public:
+    enum class Misbehaviour {
+        none,
+        hang,        // reads the request and never answers
+        garbage,     // HTTP 200 whose body is not JSON
+        notHttp,     // bytes that are not HTTP, then closes
+        httpError,   // `errorStatus` with a JSON error body
+        dropMidBody, // half the answer (or half the stream), then closes
+        closeAtOnce, // closes as soon as the request is in
+    };
+    struct Route {
+        Misbehaviour misbehaviour = Misbehaviour::none;
+        int errorStatus = 500;
+        std::chrono::milliseconds delay{0}; // before answering
+    };
+    struct Request {
+        QByteArray method;
+        QByteArray path;
+        QByteArray body;
+        QJsonObject json() const;
+        // The content of the message with `role` in a chat request.
+        QString message(const QString& role) const;
+    };
+    struct Layer {
+        QString digest;
+        qint64 size = 0;
+    };
+
+    explicit FakeModelServer(QObject* parent = nullptr);
+    ~FakeModelServer() override;
+
+    // Listens on a free port of 127.0.0.1.
+    bool listen();
+    quint16 port() const { return m_server.serverPort(); }
+    QString endpoint() const;
+
+    // The script. Model names are compared as given.
+    QStringList installed;
+    QStringList loaded; // what /api/ps lists; a chat with a model loads it
+    // The assistant's reply to a chat, from the user's message.
+    std::function<QString(const QString& text)> answer = [](const QString&) {
+        return QString::fromUtf8("你好，世界。");
+    };
+    QHash<QByteArray, Route> routes; // by path
+    QList<Layer> pullLayers{{QStringLiteral("sha256:model"), 800'000},
+                            {QStringLiteral("sha256:template"), 200'000}};
+    int pullStepsPerLayer = 4;
+    std::chrono::milliseconds pullInterval{2}; // between stream lines
+    QString pullError;                         // sent after the first layer instead of going on
+
+    // What happened.
+    QList<Request> requests;
+    int closedConnections() const { return m_closed; }
+    QList<QByteArray> paths() const;
+
+Q_SIGNALS:
+    void connectionClosed();
+
+private:
+    struct Connection;
+    void accept();
+    void readFrom(QTcpSocket* socket);
+    void serve(QTcpSocket* socket, const Request& request);
+    void answerNormally(QTcpSocket* socket, const Request& request, const Route& route);
+    void streamPull(QTcpSocket* socket, const Request& request, const Route& route);
+
+    QTcpServer m_server;
+    QHash<QTcpSocket*, QByteArray> m_buffers;
+    int m_closed = 0;
+};

@@ -1,0 +1,42 @@
+#include "harness/QuilletProcess.h"
+
+#include <QCoreApplication>
+#include <QEventLoop>
+#include <QProcess>
+#include <QTimer>
+
+using namespace Qt::StringLiterals;
+
+namespace QuilletProcess {
+
+QString executable() {
+    const QString overridden = qEnvironmentVariable("QUILLET_EXECUTABLE");
+    return overridden.isEmpty() ? QCoreApplication::applicationDirPath() + u"/quillet"_s
+                                : overridden;
+}
+
+Run run(const QStringList& arguments, const QProcessEnvironment& environment,
+        std::chrono::milliseconds limit) {
+    QProcess process;
+    process.setProcessEnvironment(environment);
+    QEventLoop loop;
+    QObject::connect(&process, &QProcess::finished, &loop, &QEventLoop::quit);
+    QObject::connect(&process, &QProcess::errorOccurred, &loop, [&loop](QProcess::ProcessError e) {
+        if (e == QProcess::FailedToStart)
+            loop.quit();
+    });
+    QTimer::singleShot(limit, &loop, &QEventLoop::quit);
+    process.start(executable(), arguments);
+    loop.exec();
+    if (process.state() != QProcess::NotRunning) {
+        process.kill();
+        process.waitForFinished(5'000);
+        return {-1, QString::fromUtf8(process.readAllStandardOutput()),
+                QString::fromUtf8(process.readAllStandardError())};
+    }
+    return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
+            QString::fromUtf8(process.readAllStandardOutput()).trimmed(),
+            QString::fromUtf8(process.readAllStandardError()).trimmed()};
+}
+
+} // namespace QuilletProcess

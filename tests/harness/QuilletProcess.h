@@ -1,0 +1,22 @@
+#pragma once
+
+#include <QProcessEnvironment>
+#include <QString>
+#include <QStringList>
+#include <chrono>
+
+// Runs the `quillet` binary from the build's bin folder while this process keeps its event
+// loop turning, so servers living in the test (a fake model server) can answer it.
+namespace QuilletProcess {
+
+struct Run {
+    int exitCode = -1; // -1 when it crashed or did not finish in time
+    QString out;
+    QString err;
+};
+
+QString executable();
+Run run(const QStringList& arguments, const QProcessEnvironment& environment,
+        std::chrono::milliseconds limit = std::chrono::seconds(30));
+
+} // namespace QuilletProcess
