@@ -35,7 +35,7 @@ public:
     virtual bool givesChineseGloss(const QString& identifier) const = 0;
 };
 
-// Until system dictionaries are read, only the bundled database answers.
+// Only the bundled database answers: for callers that leave the system's dictionaries out.
 class BundledOnlyCatalog final : public WordSourceCatalog {
 public:
     QStringList effectiveDictionaryOrder() const override;

@@ -4,7 +4,8 @@
 #include "core/TextFilter.h"
 #include "core/UnsupportedTranslationEngine.h"
 #include "dictionary/BundledDictionary.h"
-#include "dictionary/WordSourceCatalog.h"
+#include "dictionary/SystemDictionaryCatalog.h"
+#include "settings/Preferences.h"
 
 #include <QStringList>
 
@@ -31,7 +32,7 @@ std::optional<QString> glossOf(const DictionaryEntry& entry) {
 
 InlineGloss& InlineGloss::shared() {
     static InlineGloss gloss([](const QString& word) {
-        static const BundledOnlyCatalog catalog;
+        static const SystemDictionaryCatalog catalog(Preferences::shared());
         static UnsupportedTranslationEngine translator;
         static const LookupEngine engine({.bundled = BundledDictionary::shared(),
                                           .catalog = catalog,

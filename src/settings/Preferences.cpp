@@ -1,5 +1,6 @@
 #include "settings/Preferences.h"
 
+#include "dictionary/SystemDictionaries.h"
 #include "platform/LaunchAtLogin.h"
 #include "settings/DefaultsStore.h"
 
@@ -19,7 +20,9 @@ const QString kReopenTarget = u"reopenTarget"_s;
 } // namespace
 
 Preferences& Preferences::shared() {
-    static Preferences preferences(DefaultsStore::shared(), Dictionaries{});
+    static Preferences preferences(DefaultsStore::shared(),
+                                   Dictionaries{&SystemDictionaries::activeIdentifiers,
+                                                &SystemDictionaries::givesChineseGloss});
     return preferences;
 }
 

@@ -96,6 +96,27 @@ QByteArray json(const LookupResult& result) {
     });
 }
 
+QString plain(const QString& term, const QList<LookupResult::Source>& sources) {
+    QStringList blocks;
+    for (const LookupResult::Source& source : sources)
+        blocks.append(plain(LookupResult::dictionaryAnswer(term, source)));
+    return blocks.join(u"\n\n"_s);
+}
+
+QByteArray json(const QString& term, const QList<LookupResult::Source>& sources) {
+    QJsonArray array;
+    for (const LookupResult::Source& source : sources) {
+        QJsonArray entries;
+        for (const DictionaryEntry& entry : source.entries)
+            entries.append(entryJson(entry));
+        array.append(QJsonObject{{u"id"_s, source.id},
+                                 {u"shortName"_s, source.shortName},
+                                 {u"name"_s, source.name},
+                                 {u"entries"_s, entries}});
+    }
+    return compact({{u"term"_s, term}, {u"sources"_s, array}});
+}
+
 QString plain(RejectReason reason) {
     return RejectReasons::userFacing(reason);
 }

@@ -14,6 +14,10 @@ namespace ResultRendering {
 QString plain(const LookupResult& result);
 QByteArray json(const LookupResult& result);
 
+// Every dictionary's answer for one word, one block per source.
+QString plain(const QString& term, const QList<LookupResult::Source>& sources);
+QByteArray json(const QString& term, const QList<LookupResult::Source>& sources);
+
 QString plain(RejectReason reason);
 QByteArray json(RejectReason reason);
 

@@ -1,0 +1,185 @@
+// Lookups in the system's dictionaries through the shelf the bridge uses (file checks and
+// lock included), over a generated StarDict dictionary of 400,000 headwords (dictzipped,
+// with 40,000 synonyms) built once in a temporary folder, and over Debian's gcide when it is
+// installed.
+//
+//   BM_StarDictLookup, BM_DictdLookup: one lookup (counters median_us, p99_us).
+//   BM_StarDictFirstLookup, BM_DictdFirstLookup: a fresh shelf finding, opening and
+//   answering one word, as a process does once (median over fresh opens).
+
+#include "LatencyCounters.h"
+#include "harness/StarDictWriter.h"
+#include "platform/linux/dictionaries/DictionaryShelf.h"
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QRandomGenerator>
+#include <QSet>
+#include <QTemporaryDir>
+#include <benchmark/benchmark.h>
+#include <chrono>
+#include <vector>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr int kHeadwords = 400000;
+constexpr int kSynonyms = 40000;
+constexpr int kProbes = 10000;
+constexpr int kPasses = 5;
+constexpr int kFreshOpens = 20;
+
+struct Sample {
+    DictionaryShelf::Folders folders;
+    QString identifier;
+    std::vector<QString> probes; // mostly headwords, some misses
+    QString error;
+};
+
+double microsSince(std::chrono::steady_clock::time_point start) {
+    return std::chrono::duration<double, std::micro>(std::chrono::steady_clock::now() - start)
+        .count();
+}
+
+QString randomWord(QRandomGenerator& random) {
+    QString word;
+    const int length = 3 + int(random.bounded(10));
+    for (int i = 0; i < length; ++i)
+        word += QChar(u'a' + random.bounded(26));
+    if (random.bounded(10) == 0)
+        word[0] = word[0].toUpper();
+    if (random.bounded(50) == 0)
+        word.insert(length / 2, u'-');
+    return word;
+}
+
+const Sample& starDictSample() {
+    static QTemporaryDir folder;
+    static const Sample sample = [] {
+        Sample built;
+        QRandomGenerator random(400000);
+        QSet<QString> seen;
+        std::vector<QString> words;
+        while (int(words.size()) < kHeadwords) {
+            QString word = randomWord(random);
+            if (!seen.contains(word)) {
+                seen.insert(word);
+                words.push_back(std::move(word));
+            }
+        }
+        StarDictWriter writer({.bookname = u"Bench"_s, .dictzip = true});
+        for (int i = 0; i < kHeadwords; ++i)
+            writer.add(
+                words[std::size_t(i)],
+                u"n. 第%1条释义；%2 的意思\nv. an explanation of %2 in a sentence or two"_s.arg(i)
+                    .arg(words[std::size_t(i)]));
+        for (int i = 0; i < kSynonyms; ++i)
+            writer.addSynonym(words[std::size_t(i) * 7] + u"s"_s, words[std::size_t(i) * 7]);
+        const auto written = writer.write(folder.path(), u"bench"_s);
+        if (!written) {
+            built.error = written.error;
+            return built;
+        }
+        built.folders = {{folder.path()}, {}};
+        built.identifier = u"stardict:bench"_s;
+        for (int i = 0; i < kProbes; ++i)
+            built.probes.push_back(i % 10 == 9 ? randomWord(random) + u"q"_s
+                                               : words[random.bounded(kHeadwords)]);
+        return built;
+    }();
+    return sample;
+}
+
+const Sample& gcideSample() {
+    static const Sample sample = [] {
+        Sample built;
+        QFile index(u"/usr/share/dictd/gcide.index"_s);
+        if (!index.open(QIODevice::ReadOnly)) {
+            built.error = u"needs /usr/share/dictd/gcide.index (dict-gcide)"_s;
+            return built;
+        }
+        built.folders = {{}, {u"/usr/share/dictd"_s}};
+        built.identifier = u"dictd:gcide"_s;
+        // Every 20th headword: about 10,000 words spread over the alphabet.
+        for (int line = 0; !index.atEnd(); ++line) {
+            const QByteArray text = index.readLine();
+            if (line % 20 == 0 && !text.startsWith("00"))
+                built.probes.push_back(QString::fromUtf8(text.left(text.indexOf('\t'))));
+        }
+        return built;
+    }();
+    return sample;
+}
+
+void lookups(benchmark::State& state, const Sample& sample) {
+    if (!sample.error.isEmpty()) {
+        state.SkipWithError(qPrintable(sample.error));
+        return;
+    }
+    DictionaryShelf shelf([&sample] { return sample.folders; }, [](const QString&) {});
+    if (!shelf.definition(sample.probes.front(), sample.identifier)) {
+        state.SkipWithError("the first word was not found");
+        return;
+    }
+    std::vector<double> micros;
+    std::size_t next = 0;
+    std::size_t answered = 0;
+    for (auto _ : state) {
+        const auto start = std::chrono::steady_clock::now();
+        const std::optional<QString> found =
+            shelf.definition(sample.probes[next], sample.identifier);
+        micros.push_back(microsSince(start));
+        benchmark::DoNotOptimize(found);
+        answered += found ? 1 : 0;
+        next = (next + 1) % sample.probes.size();
+    }
+    reportLatencies(state, micros);
+    state.counters["answered"] = double(answered) / double(micros.size());
+}
+
+void firstLookups(benchmark::State& state, const Sample& sample) {
+    if (!sample.error.isEmpty()) {
+        state.SkipWithError(qPrintable(sample.error));
+        return;
+    }
+    std::vector<double> micros;
+    std::size_t next = 0;
+    for (auto _ : state) {
+        const auto start = std::chrono::steady_clock::now();
+        DictionaryShelf shelf([&sample] { return sample.folders; }, [](const QString&) {});
+        const std::optional<QString> found =
+            shelf.definition(sample.probes[next++ % sample.probes.size()], sample.identifier);
+        micros.push_back(microsSince(start));
+        benchmark::DoNotOptimize(found);
+    }
+    reportLatencies(state, micros);
+}
+
+void BM_StarDictLookup(benchmark::State& state) {
+    lookups(state, starDictSample());
+}
+void BM_StarDictFirstLookup(benchmark::State& state) {
+    firstLookups(state, starDictSample());
+}
+void BM_DictdLookup(benchmark::State& state) {
+    lookups(state, gcideSample());
+}
+void BM_DictdFirstLookup(benchmark::State& state) {
+    firstLookups(state, gcideSample());
+}
+
+BENCHMARK(BM_StarDictLookup)->Iterations(kProbes* kPasses)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_StarDictFirstLookup)->Iterations(kFreshOpens)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_DictdLookup)->Iterations(kProbes* kPasses)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_DictdFirstLookup)->Iterations(kFreshOpens)->Unit(benchmark::kMillisecond);
+
+} // namespace
+
+int main(int argc, char** argv) {
+    benchmark::Initialize(&argc, argv);
+    QCoreApplication application(argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    return 0;
+}

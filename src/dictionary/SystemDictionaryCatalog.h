@@ -1,0 +1,24 @@
+#pragma once
+
+#include "dictionary/WordSourceCatalog.h"
+
+class Preferences;
+
+// The dictionaries a lookup walks: the user's order from the preferences, the dictionaries
+// installed on the system, and the reader of their definitions.
+class SystemDictionaryCatalog final : public WordSourceCatalog {
+public:
+    explicit SystemDictionaryCatalog(const Preferences& preferences);
+
+    QStringList effectiveDictionaryOrder() const override;
+    std::optional<QList<SystemDictionary>> activeDictionaries() const override;
+    std::optional<QString> definition(const SystemDictionary& dictionary,
+                                      const QString& term) const override;
+    std::optional<QString> wholeSystemDefinition(const QString& term) const override;
+    QList<DictionaryEntry> parseDefinition(const QString& text,
+                                           const QString& fallbackHeadword) const override;
+    bool givesChineseGloss(const QString& identifier) const override;
+
+private:
+    const Preferences& m_preferences;
+};

@@ -1,0 +1,250 @@
+#include "platform/linux/dictionaries/DictionaryShelf.h"
+
+#include "platform/linux/dictionaries/DictdDatabase.h"
+#include "platform/linux/dictionaries/StarDictDictionary.h"
+#include "settings/EventLog.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFileInfo>
+#include <QThread>
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+// Deep enough for a folder per dictionary inside a folder per collection, and a guard
+// against links that lead back up the tree.
+constexpr int kDeepestFolder = 6;
+
+std::vector<std::optional<FileStamp>> stampsOf(const std::vector<QByteArray>& parts) {
+    std::vector<std::optional<FileStamp>> stamps;
+    stamps.reserve(parts.size());
+    for (const QByteArray& part : parts)
+        stamps.push_back(FileStamp::of(part));
+    return stamps;
+}
+
+// All of a dictionary's parts, present or not, so that one appearing or going away makes a
+// new version too.
+std::vector<QByteArray> partsOf(const StarDictDictionary::Files& files) {
+    return {QFile::encodeName(files.info), QFile::encodeName(files.index),
+            QFile::encodeName(files.text), QFile::encodeName(files.synonyms)};
+}
+
+std::vector<QByteArray> partsOf(const DictdDatabase::Files& files) {
+    return {QFile::encodeName(files.index), QFile::encodeName(files.text)};
+}
+
+bool byPath(const QString& a, const QString& b) {
+    const int folded = a.compare(b, Qt::CaseInsensitive);
+    return folded != 0 ? folded < 0 : a < b;
+}
+
+void collectInfoFiles(const QString& folder, int depth, QSet<QString>& visited,
+                      QStringList& found) {
+    const QString canonical = QFileInfo(folder).canonicalFilePath();
+    if (canonical.isEmpty() || visited.contains(canonical))
+        return;
+    visited.insert(canonical);
+    const QDir dir(folder);
+    for (const QFileInfo& entry :
+         dir.entryInfoList(QDir::Files | QDir::Dirs | QDir::NoDotAndDotDot | QDir::Readable)) {
+        if (entry.isDir()) {
+            if (depth < kDeepestFolder)
+                collectInfoFiles(entry.filePath(), depth + 1, visited, found);
+        } else if (entry.fileName().endsWith(u".ifo"_s) && entry.fileName().size() > 4) {
+            found.push_back(entry.filePath());
+        }
+    }
+}
+
+} // namespace
+
+DictionaryShelf::DictionaryShelf(FolderSource folders, Reporter report)
+    : m_folders(std::move(folders)), m_report(std::move(report)) {}
+
+DictionaryShelf::~DictionaryShelf() = default;
+
+DictionaryShelf::Folders DictionaryShelf::standardFolders() {
+    Folders folders;
+    const QString home = qEnvironmentVariable("HOME");
+    const QString dataHome = qEnvironmentVariable("XDG_DATA_HOME");
+    if (dataHome.startsWith(u'/'))
+        folders.starDict.push_back(dataHome + u"/stardict/dic"_s);
+    else if (!home.isEmpty())
+        folders.starDict.push_back(home + u"/.local/share/stardict/dic"_s);
+    if (!home.isEmpty())
+        folders.starDict.push_back(home + u"/.stardict/dic"_s);
+    folders.starDict.push_back(u"/usr/share/stardict/dic"_s);
+    folders.dictd.push_back(u"/usr/share/dictd"_s);
+    return folders;
+}
+
+void DictionaryShelf::reportToEventLog(const QString& line) {
+    // The event log belongs to the main thread; lookups may run on others.
+    const auto append = [line] {
+        EventLog::shared().append(EventLog::Kind::error, line);
+    };
+    QCoreApplication* application = QCoreApplication::instance();
+    if (!application || QThread::currentThread() == application->thread())
+        append();
+    else
+        QMetaObject::invokeMethod(application, append, Qt::QueuedConnection);
+}
+
+std::vector<DictionaryShelf::Found> DictionaryShelf::discover() const {
+    const Folders folders = m_folders();
+    std::vector<Found> found;
+    QSet<QString> identifiers;
+    const auto add = [&](Format format, const QString& path, const QString& stem) {
+        const QString identifier =
+            (format == Format::starDict ? u"stardict:"_s : u"dictd:"_s) + stem;
+        if (identifiers.contains(identifier))
+            return;
+        identifiers.insert(identifier);
+        found.push_back(Found{identifier, format, path, stem});
+    };
+
+    for (const QString& root : folders.starDict) {
+        QSet<QString> visited;
+        QStringList paths;
+        collectInfoFiles(root, 0, visited, paths);
+        std::sort(paths.begin(), paths.end(), [&root](const QString& a, const QString& b) {
+            return byPath(a.mid(root.size()), b.mid(root.size()));
+        });
+        for (const QString& path : paths)
+            add(Format::starDict, path, QFileInfo(path).fileName().chopped(4));
+    }
+    for (const QString& root : folders.dictd) {
+        QStringList names = QDir(root).entryList({u"*.index"_s}, QDir::Files | QDir::Readable);
+        std::sort(names.begin(), names.end(), byPath);
+        for (const QString& name : names)
+            if (name.size() > 6)
+                add(Format::dictd, QDir(root).filePath(name), name.chopped(6));
+    }
+    return found;
+}
+
+void DictionaryShelf::reportOnce(const Found& found, const Shelved& version, const QString& reason,
+                                 QStringList& reports) {
+    QString key = found.path;
+    for (const auto& stamp : version.stamps)
+        key += u'|' + (stamp ? stamp->text() : u"-"_s);
+    if (m_reported.contains(key))
+        return;
+    m_reported.insert(key);
+    reports.push_back(u"系统词典无法读取，已跳过：%1（%2）"_s.arg(found.stem, reason));
+}
+
+InstalledDictionary* DictionaryShelf::shelve(const Found& found, Check check,
+                                             QStringList& reports) {
+    const auto known = m_opened.find(found.path);
+    if (check == Check::quick && known != m_opened.end() &&
+        stampsOf(known->second.parts) == known->second.stamps)
+        return known->second.dictionary.get();
+
+    StarDictDictionary::Files starDictFiles;
+    DictdDatabase::Files dictdFiles;
+    std::vector<QByteArray> parts;
+    if (found.format == Format::starDict) {
+        starDictFiles = StarDictDictionary::filesBeside(found.path);
+        parts = partsOf(starDictFiles);
+    } else {
+        dictdFiles = DictdDatabase::filesBeside(found.path);
+        parts = partsOf(dictdFiles);
+    }
+    std::vector<std::optional<FileStamp>> stamps = stampsOf(parts);
+    if (!stamps.front()) { // gone
+        m_opened.erase(found.path);
+        return nullptr;
+    }
+    if (known != m_opened.end() && known->second.parts == parts && known->second.stamps == stamps)
+        return known->second.dictionary.get();
+
+    Shelved& shelved = m_opened[found.path];
+    shelved.parts = std::move(parts);
+    shelved.stamps = std::move(stamps);
+    shelved.dictionary.reset();
+    auto opened = [&]() -> OrDefect<std::unique_ptr<InstalledDictionary>> {
+        if (found.format == Format::starDict) {
+            auto dictionary = StarDictDictionary::open(starDictFiles);
+            if (auto* defect = std::get_if<DictionaryDefect>(&dictionary))
+                return *defect;
+            return std::unique_ptr<InstalledDictionary>(
+                std::get<std::unique_ptr<StarDictDictionary>>(std::move(dictionary)));
+        }
+        auto database = DictdDatabase::open(dictdFiles);
+        if (auto* defect = std::get_if<DictionaryDefect>(&database))
+            return *defect;
+        return std::unique_ptr<InstalledDictionary>(
+            std::get<std::unique_ptr<DictdDatabase>>(std::move(database)));
+    }();
+    if (const auto* defect = std::get_if<DictionaryDefect>(&opened)) {
+        reportOnce(found, shelved, defect->reason, reports);
+        return nullptr;
+    }
+    shelved.dictionary = std::get<std::unique_ptr<InstalledDictionary>>(std::move(opened));
+    return shelved.dictionary.get();
+}
+
+QList<SystemDictionaryBridge::Handle> DictionaryShelf::relist(QStringList& reports) {
+    const std::vector<Found> found = discover();
+    QList<SystemDictionaryBridge::Handle> handles;
+    QHash<QString, Found> listed;
+    QSet<QString> paths;
+    for (const Found& each : found) {
+        listed.insert(each.identifier, each);
+        paths.insert(each.path);
+        if (const InstalledDictionary* dictionary = shelve(each, Check::full, reports))
+            handles.push_back({each.identifier, dictionary->name(), dictionary->shortName()});
+    }
+    // Dictionaries no longer there are closed.
+    std::erase_if(m_opened, [&paths](const auto& entry) { return !paths.contains(entry.first); });
+    m_listed = std::move(listed);
+    return handles;
+}
+
+QList<SystemDictionaryBridge::Handle> DictionaryShelf::dictionaries() {
+    QStringList reports;
+    QList<SystemDictionaryBridge::Handle> handles;
+    {
+        const std::lock_guard lock(m_mutex);
+        handles = relist(reports);
+    }
+    for (const QString& line : reports)
+        m_report(line);
+    return handles;
+}
+
+std::optional<QString> DictionaryShelf::definition(const QString& word, const QString& identifier) {
+    if (word.isEmpty())
+        return std::nullopt;
+    QStringList reports;
+    std::optional<QString> answer;
+    {
+        const std::lock_guard lock(m_mutex);
+        // A caller may hold an identifier from before this shelf listed anything.
+        if (!m_listed.contains(identifier))
+            relist(reports);
+        const auto listed = m_listed.constFind(identifier);
+        InstalledDictionary* dictionary =
+            listed == m_listed.constEnd() ? nullptr : shelve(*listed, Check::quick, reports);
+        if (dictionary) {
+            const OrDefect<QStringList> texts = dictionary->definitions(word);
+            if (const auto* defect = std::get_if<DictionaryDefect>(&texts)) {
+                Shelved& shelved = m_opened[listed->path];
+                reportOnce(*listed, shelved, defect->reason, reports);
+                shelved.dictionary.reset();
+            } else {
+                const QString joined = std::get<QStringList>(texts).join(u"\n\n"_s).trimmed();
+                if (!joined.isEmpty())
+                    answer = joined;
+            }
+        }
+    }
+    for (const QString& line : reports)
+        m_report(line);
+    return answer;
+}

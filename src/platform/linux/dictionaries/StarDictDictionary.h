@@ -1,0 +1,60 @@
+#pragma once
+
+#include "platform/linux/dictionaries/DictZipFile.h"
+#include "platform/linux/dictionaries/InstalledDictionary.h"
+#include "platform/linux/dictionaries/StarDictIndex.h"
+#include "platform/linux/dictionaries/StarDictInfo.h"
+
+#include <QByteArray>
+#include <QFile>
+#include <memory>
+#include <optional>
+
+// A StarDict dictionary: <stem>.ifo describes it, <stem>.idx (or .idx.gz) lists the sorted
+// headwords with where their entries lie in <stem>.dict (or .dict.dz), and an optional
+// <stem>.syn lists further words that lead to those entries. Opening reads only the
+// description and the headers; the word lists are scanned at the first lookup, which is also
+// when an index that does not fit the description or the text is found out.
+class StarDictDictionary final : public InstalledDictionary {
+public:
+    // The files a dictionary is made of; a part that is not there is left empty. Where both
+    // forms are present, the .idx wins over the .idx.gz and the .dict.dz over the .dict.
+    struct Files {
+        QString info;
+        QString index;
+        QString text;
+        QString synonyms;
+    };
+    static Files filesBeside(const QString& infoPath);
+
+    static OrDefect<std::unique_ptr<StarDictDictionary>> open(const Files& files);
+
+    QString name() const override;
+    QString shortName() const override { return {}; }
+    OrDefect<QStringList> definitions(const QString& word) override;
+
+    // The plain text of one entry's data, given the dictionary's same-type sequence (empty
+    // when every part carries its own type letter). Parts that are not text are left out.
+    static QString entryText(QByteArrayView data, QByteArrayView sameTypeSequence);
+
+private:
+    explicit StarDictDictionary(Files files) : m_files(std::move(files)) {}
+    // Scans the word lists and checks them against the description and the text.
+    std::optional<DictionaryDefect> load();
+    // Where an index record's entry lies in the text: offset and size.
+    std::pair<quint64, quint64> place(qsizetype record) const;
+    // The bytes of a word list: mapped from disk, else inflated or read into `copy`.
+    std::optional<QByteArrayView> listBytes(QFile& file, QByteArray& copy);
+
+    Files m_files;
+    StarDictInfo m_info;
+    std::unique_ptr<DictZipFile> m_text;
+    QFile m_indexFile;
+    QFile m_synonymFile;
+    QByteArray m_indexCopy;   // the index when it is gzipped or cannot be mapped
+    QByteArray m_synonymCopy; // the synonyms when they cannot be mapped
+    std::optional<StarDictIndex> m_index;
+    std::optional<StarDictIndex> m_synonyms;
+    bool m_loaded = false;
+    std::optional<DictionaryDefect> m_defect; // found while loading; kept
+};

@@ -1,0 +1,139 @@
+#include "platform/linux/dictionaries/DictZipFile.h"
+
+#include "harness/DictionaryFiles.h"
+#include "harness/QtPrinters.h"
+
+#include <QFile>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <gtest/gtest.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+// The dictzip tool cuts its output into chunks of this many bytes.
+constexpr quint64 kChunk = 58315;
+
+// Text that compresses like a dictionary's but never repeats exactly, so a read from the
+// wrong place shows.
+QByteArray sampleText(qsizetype size) {
+    QByteArray text;
+    for (int line = 0; text.size() < size; ++line)
+        text += "entry " + QByteArray::number(line) + ": a body of water, " +
+                QByteArray::number(line * 7919 % 1000) + " words\n";
+    text.truncate(size);
+    return text;
+}
+
+void writeFile(const QString& path, const QByteArray& bytes) {
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size());
+}
+
+// What a command-line tool (dictzip, gzip) writes to its standard output.
+QByteArray run(const QString& program, const QStringList& arguments) {
+    QProcess tool;
+    tool.start(program, arguments);
+    if (!tool.waitForFinished(60000) || tool.exitCode() != 0)
+        return program.toUtf8() + " failed: " + tool.readAllStandardError();
+    return tool.readAllStandardOutput();
+}
+
+// <name>.dict holding `text`, its dictzip form <name>.dict.dz and gzip form <name>.dict.gz.
+void writeForms(const QTemporaryDir& dir, const QString& name, const QByteArray& text) {
+    const QString plain = dir.filePath(name + u".dict"_s);
+    writeFile(plain, text);
+    ASSERT_EQ(run(u"dictzip"_s, {u"-k"_s, plain}), QByteArray());
+    writeFile(plain + u".gz"_s, run(u"gzip"_s, {u"-c"_s, plain}));
+}
+
+} // namespace
+
+// Reads that start, end and straddle the tool's chunk boundaries give the same bytes from
+// every form of the text.
+TEST(DictZipFileTest, EveryFormReadsTheSameBytes) {
+    QTemporaryDir dir;
+    const QByteArray text = sampleText(qsizetype(3 * kChunk + 1000)); // a short fourth chunk
+    writeForms(dir, u"text"_s, text);
+    const QByteArray gzipped = run(u"gzip"_s, {u"-c"_s, dir.filePath(u"text.dict"_s)});
+    writeFile(dir.filePath(u"twice.dict.gz"_s), gzipped + gzipped); // two gzip members
+
+    const std::pair<quint64, quint64> ranges[] = {
+        {0, 17},
+        {kChunk - 1, 2},
+        {kChunk, kChunk},
+        {kChunk - 5, kChunk + 10},
+        {3 * kChunk, 1000},
+        {3 * kChunk + 999, 1},
+        {100, 3 * kChunk},
+        {quint64(text.size()), 0},
+    };
+    for (const QString& name :
+         {u"text.dict"_s, u"text.dict.dz"_s, u"text.dict.gz"_s, u"twice.dict.gz"_s}) {
+        SCOPED_TRACE(name.toStdString());
+        const auto file = DictionaryFiles::opened(DictZipFile::open(dir.filePath(name)));
+        ASSERT_TRUE(file);
+        EXPECT_EQ(file->isChunked(), name == u"text.dict.dz"_s);
+        const QByteArray expected = name.startsWith(u"twice"_s) ? text + text : text;
+        EXPECT_EQ(file->size(), quint64(expected.size()));
+        // Forwards and backwards, so chunks come out of the cache in both orders, and
+        // partly inflated chunks are asked for more.
+        for (int pass = 0; pass < 2; ++pass) {
+            for (std::size_t i = 0; i < std::size(ranges); ++i) {
+                const auto [offset, length] = ranges[pass ? std::size(ranges) - 1 - i : i];
+                EXPECT_EQ(file->read(offset, length),
+                          expected.mid(qsizetype(offset), qsizetype(length)))
+                    << offset << "+" << length;
+            }
+        }
+        for (const auto& [offset, length] :
+             {std::pair<quint64, quint64>{quint64(expected.size()), 1},
+              {1000, quint64(expected.size())},
+              {~quint64(0), 2}})
+            EXPECT_EQ(file->read(offset, length), std::nullopt) << offset << "+" << length;
+    }
+}
+
+TEST(DictZipFileTest, DamagedFilesFailAtOpenOrAtTheDamagedChunk) {
+    QTemporaryDir dir;
+    const QByteArray text = sampleText(qsizetype(3 * kChunk));
+    writeForms(dir, u"text"_s, text);
+    QFile dictzipped(dir.filePath(u"text.dict.dz"_s));
+    QFile gzipped(dir.filePath(u"text.dict.gz"_s));
+    ASSERT_TRUE(dictzipped.open(QIODevice::ReadOnly) && gzipped.open(QIODevice::ReadOnly));
+    const QByteArray good = dictzipped.readAll();
+
+    const std::pair<QString, QByteArray> broken[] = {
+        {u"cut.dict.dz"_s, good.left(good.size() / 2)},
+        {u"no-trailer.dict.dz"_s, good.chopped(8)},
+        {u"not-gzip.dict.dz"_s, "plain text where gzip belongs"},
+        {u"empty.dict.dz"_s, QByteArray()},
+        {u"cut.dict.gz"_s, gzipped.readAll().chopped(20)},
+        {u"garbage.dict.gz"_s, QByteArray::fromHex("1f8b08000000000000ff") + "not deflate"},
+    };
+    for (const auto& [name, bytes] : broken) {
+        writeFile(dir.filePath(name), bytes);
+        const std::optional<QString> reason =
+            DictionaryFiles::defectIn(DictZipFile::open(dir.filePath(name)));
+        EXPECT_TRUE(reason && reason->contains(name)) << qPrintable(name);
+    }
+    EXPECT_EQ(DictionaryFiles::defectIn(DictZipFile::open(dir.filePath(u"missing.dict.dz"_s))),
+              std::optional(u"missing.dict.dz 无法打开"_s));
+
+    // Damage in a middle chunk: the header still reads, and so do the other chunks. The
+    // damaged one fails once inflating reaches the damage (dictzip keeps no checksums).
+    QByteArray damaged = good;
+    for (qsizetype i = damaged.size() / 2; i < damaged.size() / 2 + 64; ++i)
+        damaged[i] = char(~damaged[i]);
+    writeFile(dir.filePath(u"damaged.dict.dz"_s), damaged);
+    const auto file =
+        DictionaryFiles::opened(DictZipFile::open(dir.filePath(u"damaged.dict.dz"_s)));
+    ASSERT_TRUE(file);
+    EXPECT_EQ(file->read(0, quint64(text.size())), std::nullopt);
+    EXPECT_EQ(file->read(10, 20), text.mid(10, 20));
+
+    // Cut short after it was opened: failed reads, never a crash.
+    ASSERT_TRUE(QFile::resize(dir.filePath(u"damaged.dict.dz"_s), 30));
+    EXPECT_EQ(file->read(2 * kChunk + 10, 50), std::nullopt);
+}
