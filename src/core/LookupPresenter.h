@@ -35,12 +35,16 @@ public:
     // Returns whether the result was shown.
     virtual bool show(const LookupResult& result, bool force) = 0;
     virtual void showFailure(const QString& message, bool force) = 0;
-    // A short notice (a refusal of on-demand text, a capture failure): shown expanded, then
-    // hidden after the automatic delay.
+    // A short notice (a capture failure, a refusal that cannot be retried): shown expanded,
+    // then hidden after the automatic delay.
     virtual void showNotice(const QString& message) = 0;
+    // A refusal of on-demand text that can be looked up anyway: a notice that also offers
+    // Actions::retryLastRejection. A presenter without such a button shows a plain notice.
+    virtual void showRefusal(const QString& message) { showNotice(message); }
     virtual void showNeedsLanguagePack(const QString& query, bool force) = 0;
-    // Progress of the asset download started from the language-pack request, 0…1, or a
-    // finished download's failure text.
+    // Progress of the asset download started from the language-pack request, 0…1 (below 0
+    // while the size is not known yet). A failed download is reported with showFailure,
+    // which replaces the progress even without force.
     virtual void showDownloadProgress(double fraction) = 0;
     virtual void expand(bool byHover) = 0;
     virtual void scheduleAutoHide() = 0;

@@ -1,20 +1,24 @@
 #include "cli/CommandLine.h"
 
+#include "cli/DictionariesCommand.h"
 #include "cli/LogCommand.h"
+#include "cli/LookupAllCommand.h"
 #include "cli/NotebookCommand.h"
 #include "cli/Output.h"
 #include "cli/ResultRendering.h"
 #include "cli/SettingsCommand.h"
+#include "cli/TranslateSetupCommand.h"
 #include "core/CaptureFilter.h"
 #include "core/LookupEngine.h"
 #include "core/LookupLogLines.h"
 #include "core/TextFilter.h"
 #include "core/UnicodeText.h"
-#include "core/UnsupportedTranslationEngine.h"
 #include "dictionary/BundledDictionary.h"
-#include "dictionary/WordSourceCatalog.h"
+#include "dictionary/SystemDictionaryCatalog.h"
+#include "platform/TranslationEngineFactory.h"
 #include "settings/DiagnosticLog.h"
 #include "settings/EventLog.h"
+#include "settings/Preferences.h"
 
 #include <QCoreApplication>
 #include <QScopeGuard>
@@ -32,12 +36,15 @@ struct Invocation {
 
 const QString kUsage =
     u"用法：quillet lookup [--json] 文本…\n"
+    "      quillet lookup --all [--json] 单词\n"
     "      quillet check [--json] 文本…\n"
+    "      quillet dictionaries [--json]\n"
     "      quillet log [--lines N]\n"
     "      quillet settings list | get 键 | set 键 值\n"
     "      quillet notebook list [--starred] [--json] | star 文本 [--sentence] |\n"
     "               unstar 文本 [--sentence] | remove 文本 [--sentence] | clear |\n"
-    "               export --format anki|plain [--scope starred|all] [-o 文件]"_s;
+    "               export --format anki|plain [--scope starred|all] [-o 文件]\n"
+    "      quillet translate-setup"_s;
 
 // The feature name of lookups asked for on the command line, in event-log lines.
 const QString kFeature = u"命令行"_s;
@@ -97,11 +104,14 @@ int lookup(const Invocation& invocation) {
     log.append(EventLog::Kind::trigger, kFeature + (isWord ? u"｜单词｜"_s : u"｜句子｜"_s) +
                                             EventLog::privateSegment(UnicodeText::trimmed(text)));
 
-    const BundledOnlyCatalog catalog;
-    UnsupportedTranslationEngine translator;
+    const SystemDictionaryCatalog catalog(Preferences::shared());
+    const std::unique_ptr<TranslationEngine> translator = TranslationEngineFactory::create();
+    // A first translation can take a while; say why before the answer comes.
+    QObject::connect(translator.get(), &TranslationEngine::notice,
+                     [](const QString& text) { Output::line(stderr, text); });
     const LookupEngine engine({.bundled = BundledDictionary::shared(),
                                .catalog = catalog,
-                               .translator = translator,
+                               .translator = *translator,
                                .logError = [&log](const QString& content) {
                                    log.append(EventLog::Kind::error, content);
                                }});
@@ -147,6 +157,12 @@ std::optional<int> run(int argc, char** argv) {
         return SettingsCommand::run(arguments);
     if (command == u"notebook"_s)
         return NotebookCommand::run(arguments);
+    if (command == u"dictionaries"_s)
+        return DictionariesCommand::run(arguments);
+    if (command == u"lookup"_s && LookupAllCommand::isRequested(arguments))
+        return LookupAllCommand::run(arguments);
+    if (command == u"translate-setup"_s)
+        return TranslateSetupCommand::run(arguments);
     if (command != u"lookup"_s && command != u"check"_s)
         return reportUsage();
     const std::optional<Invocation> invocation = parse(arguments);

@@ -1,0 +1,129 @@
+#include "QuilletApp.h"
+
+#include "SingleInstance.h"
+#include "TerminationSignals.h"
+#include "core/AppCore.h"
+#include "core/LookupEngine.h"
+#include "dictionary/BundledDictionary.h"
+#include "dictionary/Pronouncer.h"
+#include "dictionary/SystemDictionaryCatalog.h"
+#include "notebook/Vocabulary.h"
+#include "platform/SystemPasteboard.h"
+#include "platform/TranslationEngineFactory.h"
+#include "settings/DiagnosticLog.h"
+#include "settings/EventLog.h"
+#include "settings/FilterPreferences.h"
+#include "settings/Preferences.h"
+#include "settings/RenameMigration.h"
+#include "settings/TriggerSettings.h"
+#include "ui/NotchPanel.h"
+#include "ui/TrayIcon.h"
+
+#include <QApplication>
+#include <QDesktopServices>
+#include <QScopeGuard>
+#include <QScreen>
+#include <QUrl>
+#include <malloc.h>
+
+using namespace Qt::StringLiterals;
+
+namespace QuilletApp {
+namespace {
+
+// The clipboard is polled every 0.4 s; tests that push thousands of copies through the agent
+// may poll faster.
+int clipboardPollMs() {
+    bool ok = false;
+    const int value = qEnvironmentVariableIntValue("QUILLET_CLIPBOARD_POLL_MS", &ok);
+    return ok && value > 0 ? value : 400;
+}
+
+void openInDictionary(const QString& word) {
+    // The desktop's handler of dict: links, if one is installed.
+    if (!QDesktopServices::openUrl(
+            QUrl(u"dict://"_s + QString::fromUtf8(QUrl::toPercentEncoding(word)))))
+        EventLog::shared().append(EventLog::Kind::error, u"找不到「词典」App"_s);
+}
+
+} // namespace
+
+int run(int argc, char** argv) {
+    // A copied text may be megabytes. glibc would raise its mmap threshold after freeing
+    // such a block and serve the next ones from the heap, which then never shrinks; a fixed
+    // threshold hands every large block back to the system when it is freed.
+    mallopt(M_MMAP_THRESHOLD, 256 * 1024);
+    mallopt(M_TRIM_THRESHOLD, 1024 * 1024);
+    QApplication application(argc, argv);
+    QApplication::setApplicationName(u"Quillet"_s);
+    QApplication::setQuitOnLastWindowClosed(false);
+    const auto flushLog = qScopeGuard([] { DiagnosticLog::flush(); });
+
+    SingleInstance instance;
+    if (instance.handOver("reopen"))
+        return 0;
+    instance.listen();
+
+    // Start-up order: the former identity's settings first, then the settings objects, then
+    // the coordinator.
+    RenameMigration::runIfNeeded();
+    Preferences& preferences = Preferences::shared();
+    TriggerSettings& triggers = TriggerSettings::shared();
+    FilterPreferences& filter = FilterPreferences::shared();
+    EventLog& log = EventLog::shared();
+    Vocabulary& vocabulary = Vocabulary::shared();
+
+    const std::unique_ptr<Pasteboard> pasteboard = makeSystemPasteboard();
+    const std::unique_ptr<TranslationEngine> translator = TranslationEngineFactory::create();
+    const SystemDictionaryCatalog catalog(preferences);
+    BundledDictionary& bundled = BundledDictionary::shared();
+    const LookupEngine engine({.bundled = bundled,
+                               .catalog = catalog,
+                               .translator = *translator,
+                               .logError = [&log](const QString& content) {
+                                   log.append(EventLog::Kind::error, content);
+                               }});
+    NotchPanel::Timings timings;
+    timings.autoHide = std::chrono::milliseconds(qRound64(preferences.autoHideSeconds() * 1000));
+    NotchPanel panel(timings);
+    // The window's title mirrors the panel's state, so tests and tools can watch it.
+    const auto mirrorState = [&panel] {
+        panel.window()->setWindowTitle(u"Quillet 面板｜"_s + NotchPanel::stateName(panel.state()) +
+                                       u"｜"_s + panel.headlineText() + u"｜"_s +
+                                       panel.tabIds().join(u',') + u"｜"_s + panel.message());
+    };
+    QObject::connect(&panel, &NotchPanel::stateChanged, &panel, mirrorState);
+    QObject::connect(&panel, &NotchPanel::contentChanged, &panel, mirrorState);
+    mirrorState();
+    AppCore core({.presenter = panel,
+                  .pasteboard = *pasteboard,
+                  .translator = *translator,
+                  .engine = engine,
+                  .vocabulary = vocabulary,
+                  .log = log,
+                  .preferences = preferences,
+                  .triggers = triggers,
+                  .filter = filter,
+                  .speak = [](const QString& text) { Pronouncer::shared().speak(text); },
+                  .openInDictionary = openInDictionary,
+                  .wordDatabaseMissing = !bundled.isAvailable(),
+                  .clipboardPollMs = clipboardPollMs()});
+
+    TrayIcon tray(triggers, log);
+    QObject::connect(&tray, &TrayIcon::quitRequested, &application, &QApplication::quit);
+    TerminationSignals termination;
+    QObject::connect(&termination, &TerminationSignals::received, &application,
+                     &QApplication::quit);
+    // Reopening shows the settings or the notebook; neither window exists yet.
+    QObject::connect(&instance, &SingleInstance::messageReceived, &application,
+                     [](const QByteArray&) {});
+    tray.show();
+    panel.showAtRest();
+    core.start();
+    if (const QScreen* screen = QApplication::primaryScreen())
+        core.noteDisplayLayout(screen->name(), false);
+    translator->refreshAssetStatus();
+    return QApplication::exec();
+}
+
+} // namespace QuilletApp

@@ -1,0 +1,84 @@
+#include "capture/ClipboardMonitor.h"
+
+#include "platform/Pasteboard.h"
+
+#include <QTimer>
+#include <utility>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+// Types password managers declare: the macOS convention (some Linux programs offer it too),
+// and on Linux the hint KeePassXC sets and KDE's clipboard history honours.
+const QString kConcealedType = u"org.nspasteboard.ConcealedType"_s;
+const QString kTransientType = u"org.nspasteboard.TransientType"_s;
+const QString kPasswordManagerHint = u"x-kde-passwordManagerHint"_s;
+// Set on content that arrived from another device (macOS only).
+const QString kRemoteType = u"com.apple.is-remote-clipboard"_s;
+
+// A change notice for our own write can come one turn of the event loop after the write
+// (where the system announces a new owner asynchronously); two quiet polls mean none is
+// coming, so a later copy of the same text by the user counts again.
+constexpr int kOwnWriteQuietPolls = 2;
+
+bool isConcealed(const Pasteboard& pasteboard, const QStringList& types) {
+    if (types.contains(kConcealedType) || types.contains(kTransientType))
+        return true;
+    return types.contains(kPasswordManagerHint) &&
+           pasteboard.data(kPasswordManagerHint).trimmed() == "secret"_ba;
+}
+
+} // namespace
+
+ClipboardMonitor::ClipboardMonitor(Pasteboard& pasteboard, std::chrono::milliseconds interval,
+                                   QObject* parent)
+    : QObject(parent), m_pasteboard(pasteboard) {
+    m_timer.setInterval(interval);
+    connect(&m_timer, &QTimer::timeout, this, &ClipboardMonitor::poll);
+}
+
+ClipboardMonitor::~ClipboardMonitor() = default;
+
+void ClipboardMonitor::start() {
+    m_timer.stop();
+    m_lastChangeCount = m_pasteboard.changeCount();
+    m_timer.start();
+}
+
+// A stopped timer rather than a deleted one: a report may pause us from inside its tick.
+void ClipboardMonitor::pause() {
+    m_timer.stop();
+}
+
+void ClipboardMonitor::resume(TriggerSettings::Method method) {
+    if (!m_timer.isActive() && method == TriggerSettings::Method::copy)
+        start();
+}
+
+void ClipboardMonitor::poll() {
+    if (!m_timer.isActive())
+        return;
+    const qint64 count = m_pasteboard.changeCount();
+    if (count == m_lastChangeCount) {
+        if (m_ownWrite && --m_ownWrite->quietPollsLeft == 0)
+            m_ownWrite.reset();
+        return;
+    }
+    // Taken at once, so a change is considered once whether or not it carries text.
+    m_lastChangeCount = count;
+    const std::optional<OwnWrite> ownWrite = std::exchange(m_ownWrite, std::nullopt);
+    const std::optional<QString> text = m_pasteboard.plainText();
+    if (!text || !onChange)
+        return;
+    if (ownWrite && *text == ownWrite->text)
+        return; // the late notice of our own write
+    const QStringList types = m_pasteboard.types();
+    onChange(ClipboardChange{*text, isConcealed(m_pasteboard, types), types.contains(kRemoteType)});
+}
+
+void ClipboardMonitor::writeText(const QString& text) {
+    m_pasteboard.writeText(text);
+    m_lastChangeCount = m_pasteboard.changeCount();
+    m_ownWrite = OwnWrite{text, kOwnWriteQuietPolls};
+}

@@ -1,0 +1,300 @@
+#include "core/AppCore.h"
+
+#include "core/LookupEngine.h"
+#include "core/LookupLogLines.h"
+#include "core/LookupPresenter.h"
+#include "core/TextFilter.h"
+#include "core/TranslationEngine.h"
+#include "core/UnicodeText.h"
+#include "notebook/Vocabulary.h"
+#include "platform/Pasteboard.h"
+#include "settings/EventLog.h"
+#include "settings/FilterPreferences.h"
+#include "settings/Preferences.h"
+#include "settings/TriggerSettings.h"
+
+#include <QPointer>
+#include <QScopeGuard>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+AppCore* gShared = nullptr;
+
+QString wordOrSentence(const QString& trimmed) {
+    return TextFilter::kind(trimmed) == QueryKind::word ? u"单词"_s : u"句子"_s;
+}
+
+} // namespace
+
+AppCore* AppCore::shared() {
+    return gShared;
+}
+
+QString AppCore::clipboardFeature() {
+    return u"复制查词"_s;
+}
+
+AppCore::AppCore(Dependencies dependencies, QObject* parent)
+    : QObject(parent), m_deps(std::move(dependencies)),
+      m_clipboard(m_deps.pasteboard, std::chrono::milliseconds(m_deps.clipboardPollMs)) {
+    gShared = this;
+}
+
+AppCore::~AppCore() {
+    if (m_inFlight)
+        m_inFlight->cancel();
+    if (gShared == this)
+        gShared = nullptr;
+}
+
+void AppCore::start() {
+    if (m_started)
+        return;
+    m_started = true;
+    m_clipboard.onChange = [this](const ClipboardChange& change) {
+        handleClipboard(change);
+    };
+    wirePresenterActions();
+    connect(&m_deps.triggers, &TriggerSettings::changed, this, [this] { applyRunState(); });
+    m_deps.log.append(EventLog::Kind::trigger, u"Quillet 已启动"_s);
+    if (m_deps.wordDatabaseMissing)
+        m_deps.log.append(EventLog::Kind::error, u"内置词库缺失，单词只能走系统词典和翻译"_s);
+    applyRunState();
+}
+
+void AppCore::wirePresenterActions() {
+    LookupPresenter::Actions actions;
+    actions.copy = [this](const QString& text) {
+        copyToClipboard(text);
+    };
+    actions.speak = [this](const QString& word) {
+        if (m_deps.speak)
+            m_deps.speak(word);
+    };
+    actions.openInDictionary = [this](const QString& word) {
+        openInDictionary(word);
+    };
+    actions.isStarred = [this](const LookupResult& result) {
+        const auto kind = result.isTranslation() && TextFilter::kind(result.term) != QueryKind::word
+                              ? Vocabulary::Kind::sentence
+                              : Vocabulary::Kind::word;
+        const auto entry = m_deps.vocabulary.entry(result.term, kind);
+        return entry && entry->starred;
+    };
+    actions.toggleStar = [this](const LookupResult& result) {
+        if (result.isTranslation() && TextFilter::kind(result.term) != QueryKind::word)
+            return m_deps.vocabulary.toggleStar(result.term, Vocabulary::Kind::sentence,
+                                                result.translation);
+        return m_deps.vocabulary.toggleStar(result.term, Vocabulary::Kind::word);
+    };
+    actions.wordSources = [this](const QString& term) {
+        return m_deps.engine.wordSources(term);
+    };
+    actions.downloadLanguagePack = [this](const QString& query) {
+        downloadLanguagePack(query);
+    };
+    actions.retryLastRejection = [this] {
+        retryLastRejection();
+    };
+    m_deps.presenter.setActions(std::move(actions));
+}
+
+void AppCore::applyRunState() {
+    const bool clipboardRuns = !m_systemPaused && !m_deps.triggers.isMuted() &&
+                               m_deps.triggers.method() == TriggerSettings::Method::copy;
+    if (clipboardRuns && !m_clipboard.isRunning())
+        m_clipboard.start();
+    else if (!clipboardRuns && m_clipboard.isRunning())
+        m_clipboard.pause();
+}
+
+void AppCore::setSystemPaused(bool paused) {
+    if (m_systemPaused == paused)
+        return;
+    m_systemPaused = paused;
+    applyRunState();
+}
+
+void AppCore::noteDisplayLayout(const QString& screenName, bool hasNotch) {
+    if (hasNotch)
+        return;
+    m_deps.log.append(EventLog::Kind::trigger,
+                      u"未检测到刘海屏（当前："_s + screenName + u"），已在屏幕顶部中央模拟刘海"_s);
+}
+
+// --- Filtering -------------------------------------------------------------------------
+
+std::optional<RejectReason> AppCore::filter(const CaptureFilter::Capture& capture) const {
+    const CaptureFilter::Settings settings{
+        .lengthLimit = m_deps.preferences.lengthLimit(),
+        .showsEverything = m_deps.filter.showsEverything(),
+    };
+    return CaptureFilter::firstRejection(capture, settings, m_lastQuery, m_deps.now());
+}
+
+void AppCore::note(RejectReason reason, const QString& text) {
+    // A concealed or secret text must not outlive the check.
+    const bool keepsText = !RejectReasons::keepsNoCopy(reason) && reason != RejectReason::empty;
+    m_lastRejection = Rejection{.text = keepsText ? std::optional<QString>(text) : std::nullopt,
+                                .reason = reason,
+                                .date = m_deps.now()};
+    Q_EMIT lastRejectionChanged();
+}
+
+void AppCore::refuse(const QString& feature, RejectReason reason, const QString& text) {
+    QString content = feature + u"｜"_s + RejectReasons::description(reason);
+    if (!RejectReasons::keepsNoCopy(reason) && reason != RejectReason::empty)
+        content += u"｜"_s + EventLog::privateSegment(UnicodeText::trimmed(text));
+    m_deps.log.append(EventLog::Kind::reject, content);
+    note(reason, text);
+}
+
+void AppCore::handleClipboard(const ClipboardChange& change) {
+    const CaptureFilter::Capture capture{.text = change.text,
+                                         .channel = CaptureFilter::Channel::clipboard,
+                                         .isConcealed = change.isConcealed,
+                                         .isRemote = change.isRemote};
+    if (const std::optional<RejectReason> reason = filter(capture)) {
+        refuse(clipboardFeature(), *reason, change.text);
+        return;
+    }
+    const QString trimmed = UnicodeText::trimmed(change.text);
+    m_lastQuery = PreviousQuery{.text = trimmed, .date = m_deps.now()};
+    m_deps.log.append(EventLog::Kind::trigger, clipboardFeature() + u"｜"_s +
+                                                   wordOrSentence(trimmed) + u"｜"_s +
+                                                   EventLog::privateSegment(trimmed));
+    run(trimmed, false);
+}
+
+bool AppCore::passesOnDemandFilter(const QString& text, bool isConcealed, const QString& feature) {
+    const CaptureFilter::Capture capture{
+        .text = text, .channel = CaptureFilter::Channel::onDemand, .isConcealed = isConcealed};
+    if (const std::optional<RejectReason> reason = filter(capture)) {
+        refuse(feature, *reason, text);
+        // Only a text that was kept can be looked up anyway.
+        if (m_lastRejection && m_lastRejection->text)
+            m_deps.presenter.showRefusal(RejectReasons::userFacing(*reason));
+        else
+            m_deps.presenter.showNotice(RejectReasons::userFacing(*reason));
+        return false;
+    }
+    m_lastQuery = PreviousQuery{.text = UnicodeText::trimmed(text), .date = m_deps.now()};
+    return true;
+}
+
+void AppCore::retryLastRejection() {
+    if (!m_lastRejection || !m_lastRejection->text)
+        return;
+    const QString text = *m_lastRejection->text;
+    m_deps.log.append(EventLog::Kind::trigger,
+                      u"悬停重查｜原因 "_s + RejectReasons::description(m_lastRejection->reason) +
+                          u"｜"_s + EventLog::privateSegment(UnicodeText::trimmed(text)));
+    run(text, true);
+}
+
+// --- Lookups ---------------------------------------------------------------------------
+
+void AppCore::run(const QString& query, bool userInitiated) {
+    if (!m_languagePackConsented &&
+        m_deps.translator.assetStatus() == TranslationAssetStatus::supportedNotDownloaded &&
+        TextFilter::kind(UnicodeText::trimmed(query)) == QueryKind::sentence) {
+        // Asked once per run; later sentences go ahead and end in the engine's message.
+        m_languagePackConsented = true;
+        m_deps.log.append(EventLog::Kind::reject, u"整句｜语言包未下载，已询问"_s);
+        m_deps.presenter.showNeedsLanguagePack(query, userInitiated);
+        return;
+    }
+    if (m_inFlight)
+        m_inFlight->cancel();
+    m_deps.presenter.showLoading(query, userInitiated);
+    const CancellationToken token;
+    m_inFlight = token;
+    perform(query, userInitiated, token, ++m_generation);
+}
+
+QCoro::Task<void> AppCore::perform(QString query, bool userInitiated, CancellationToken token,
+                                   quint64 generation) {
+    const QPointer<AppCore> self(this);
+    const LookupOutcome outcome = co_await m_deps.engine.lookup(query, token);
+    if (!self)
+        co_return;
+    const auto settle = qScopeGuard([&] {
+        if (generation == m_generation)
+            m_inFlight.reset();
+        Q_EMIT lookupSettled(query);
+    });
+
+    if (token.isCancelled() || std::holds_alternative<Cancelled>(outcome)) {
+        collapseIfStillLoading(query);
+        co_return;
+    }
+    if (const auto* error = std::get_if<LookupError>(&outcome)) {
+        m_deps.presenter.showFailure(error->localizedDescription(), userInitiated);
+        m_deps.log.append(EventLog::Kind::error, LookupLogLines::failure(*error));
+        co_return;
+    }
+    const LookupResult& result = std::get<LookupResult>(outcome);
+    const bool shown = m_deps.presenter.show(result, userInitiated);
+    if (shown)
+        m_deps.presenter.scheduleAutoHide();
+    if (!result.isTranslation()) {
+        if (shown) {
+            m_pendingWord.reset();
+            m_deps.vocabulary.record(result.term);
+            if (m_deps.preferences.speaksOnLookup() && m_deps.speak)
+                m_deps.speak(result.term);
+        } else {
+            m_pendingWord = result.term;
+        }
+    }
+    m_deps.log.append(EventLog::Kind::result, LookupLogLines::summary(result));
+    if (result.isTranslation() &&
+        m_deps.translator.assetStatus() != TranslationAssetStatus::installed)
+        co_await m_deps.translator.refreshAssetStatus();
+}
+
+void AppCore::collapseIfStillLoading(const QString& query) {
+    if (m_deps.presenter.loadingQuery() != query)
+        return;
+    m_deps.presenter.collapse();
+    m_deps.log.append(EventLog::Kind::result,
+                      u"查询中断，收起面板｜"_s +
+                          EventLog::privateSegment(UnicodeText::trimmed(query)));
+}
+
+void AppCore::downloadLanguagePack(const QString& query) {
+    m_languagePackConsented = true;
+    prepareAndRun(query);
+}
+
+QCoro::Task<void> AppCore::prepareAndRun(QString query) {
+    const QPointer<AppCore> self(this);
+    const auto progress =
+        connect(&m_deps.translator, &TranslationEngine::preparationProgress, this,
+                [this](double fraction) { m_deps.presenter.showDownloadProgress(fraction); });
+    const PreparationOutcome outcome = co_await m_deps.translator.prepareInteractively({});
+    if (!self)
+        co_return;
+    disconnect(progress);
+    if (const auto* failure = std::get_if<TranslationFailure>(&outcome)) {
+        m_deps.presenter.showFailure(u"语言包检查失败："_s + failure->message, true);
+        co_return;
+    }
+    if (std::holds_alternative<Cancelled>(outcome))
+        co_return;
+    run(query, true);
+}
+
+// --- Panel actions ---------------------------------------------------------------------
+
+void AppCore::copyToClipboard(const QString& text) {
+    // Written through the monitor so our own copy is never looked up.
+    m_clipboard.writeText(text);
+}
+
+void AppCore::openInDictionary(const QString& word) {
+    if (m_deps.openInDictionary)
+        m_deps.openInDictionary(word);
+}

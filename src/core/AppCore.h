@@ -1,0 +1,116 @@
+#pragma once
+
+#include "capture/ClipboardMonitor.h"
+#include "core/Cancellation.h"
+#include "core/CaptureFilter.h"
+#include "core/LookupResult.h"
+#include "core/RejectReason.h"
+
+#include <QCoroTask>
+#include <QDateTime>
+#include <QObject>
+#include <QString>
+#include <functional>
+#include <optional>
+
+class EventLog;
+class FilterPreferences;
+class LookupEngine;
+class LookupPresenter;
+class Pasteboard;
+class Preferences;
+class TranslationEngine;
+class TriggerSettings;
+class Vocabulary;
+
+// The coordinator: owns the capture sources, decides whether captured text is looked up,
+// runs one lookup at a time and hands its outcome to the panel, the notebook and the event
+// log. Main thread only.
+class AppCore : public QObject {
+    Q_OBJECT
+public:
+    // The last refused text, for the panel's "look it up anyway". Concealed and secret texts
+    // are never kept.
+    struct Rejection {
+        std::optional<QString> text;
+        RejectReason reason = RejectReason::empty;
+        QDateTime date;
+        bool operator==(const Rejection&) const = default;
+    };
+
+    struct Dependencies {
+        LookupPresenter& presenter;
+        Pasteboard& pasteboard;
+        TranslationEngine& translator;
+        const LookupEngine& engine;
+        Vocabulary& vocabulary;
+        EventLog& log;
+        Preferences& preferences;
+        TriggerSettings& triggers;
+        FilterPreferences& filter;
+        std::function<void(const QString& text)> speak;
+        // Opens a word in the dictionary application; logs by itself when it cannot.
+        std::function<void(const QString& word)> openInDictionary;
+        std::function<QDateTime()> now = [] {
+            return QDateTime::currentDateTimeUtc();
+        };
+        bool wordDatabaseMissing = false;
+        int clipboardPollMs = 400;
+    };
+
+    // The process's coordinator, once the application object has made it.
+    static AppCore* shared();
+
+    explicit AppCore(Dependencies dependencies, QObject* parent = nullptr);
+    ~AppCore() override;
+
+    void start();
+    // Looks up text that has already passed the filter.
+    void run(const QString& query, bool userInitiated);
+    void handleClipboard(const ClipboardChange& change);
+    // Selection, region and hover text: the full filter, a refusal shown as a notice.
+    bool passesOnDemandFilter(const QString& text, bool isConcealed, const QString& feature);
+    void retryLastRejection();
+    void copyToClipboard(const QString& text);
+    void openInDictionary(const QString& word);
+    // Starts or stops the sources the settings and the system state allow.
+    void applyRunState();
+    void setSystemPaused(bool paused);
+    void noteDisplayLayout(const QString& screenName, bool hasNotch);
+    // The user agreed to fetch the translation assets for this query.
+    void downloadLanguagePack(const QString& query);
+
+    const std::optional<Rejection>& lastRejection() const { return m_lastRejection; }
+    const std::optional<QString>& pendingWord() const { return m_pendingWord; }
+    ClipboardMonitor& clipboard() { return m_clipboard; }
+    bool isLookupInFlight() const { return m_inFlight.has_value(); }
+
+    // The feature name of copied text in event-log lines.
+    static QString clipboardFeature();
+
+Q_SIGNALS:
+    void lastRejectionChanged();
+    // A lookup ended: shown, failed or dropped. For observers that wait on it.
+    void lookupSettled(const QString& query);
+
+private:
+    QCoro::Task<void> perform(QString query, bool userInitiated, CancellationToken token,
+                              quint64 generation);
+    QCoro::Task<void> prepareAndRun(QString query);
+    std::optional<RejectReason> filter(const CaptureFilter::Capture& capture) const;
+    void refuse(const QString& feature, RejectReason reason, const QString& text);
+    void note(RejectReason reason, const QString& text);
+    void collapseIfStillLoading(const QString& query);
+    void wirePresenterActions();
+
+    Dependencies m_deps;
+    ClipboardMonitor m_clipboard;
+    std::optional<PreviousQuery> m_lastQuery;
+    std::optional<CancellationToken> m_inFlight;
+    quint64 m_generation = 0; // which run the in-flight token belongs to
+    std::optional<Rejection> m_lastRejection;
+    std::optional<QString> m_pendingWord;
+    bool m_systemPaused = false;
+    bool m_languagePackConsented = false;
+    bool m_started = false;
+};

@@ -1,0 +1,85 @@
+#include "platform/linux/desktop/QtPasteboard.h"
+
+#include <QClipboard>
+#include <QGuiApplication>
+#include <QMimeData>
+#include <QStringDecoder>
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+// Qt hands this format over byte for byte, so broken UTF-8 stays visible. Under "text/plain"
+// an X11 owner's UTF8_STRING arrives already decoded, with broken bytes replaced by U+FFFD.
+const QString kUtf8Text = u"text/plain;charset=utf-8"_s;
+// Names of the X11 selection protocol that an owner lists among its targets; no content.
+const QStringList kProtocolTargets = {u"TARGETS"_s, u"MULTIPLE"_s, u"TIMESTAMP"_s,
+                                      u"SAVE_TARGETS"_s};
+
+bool isText(const QString& format) {
+    return format == u"text/plain" || format.startsWith(u"text/plain;");
+}
+
+// Binary data and broken encodings are no text: U+FFFD is what the decoder left for bytes it
+// could not read, and a zero byte never occurs in text.
+std::optional<QString> checkedText(QString text) {
+    if (text.isEmpty() || text.contains(QChar(0)) || text.contains(QChar::ReplacementCharacter))
+        return std::nullopt;
+    return text;
+}
+
+std::optional<QString> strictUtf8(QByteArray bytes) {
+    // Some owners end their text with a terminating zero.
+    while (bytes.endsWith('\0'))
+        bytes.chop(1);
+    QStringDecoder decoder(QStringConverter::Utf8, QStringConverter::Flag::Stateless);
+    QString text = decoder(bytes);
+    if (decoder.hasError())
+        return std::nullopt;
+    return checkedText(std::move(text));
+}
+
+} // namespace
+
+QtPasteboard::QtPasteboard(QObject* parent) : QObject(parent) {
+    m_clipboard = QGuiApplication::clipboard();
+    if (!m_clipboard)
+        return;
+    // The PRIMARY selection changes with every text selection; only copies count.
+    connect(m_clipboard, &QClipboard::changed, this, [this](QClipboard::Mode mode) {
+        if (mode == QClipboard::Clipboard)
+            ++m_changeCount;
+    });
+}
+
+std::optional<QString> QtPasteboard::plainText() const {
+    const QMimeData* mime = m_clipboard ? m_clipboard->mimeData(QClipboard::Clipboard) : nullptr;
+    if (!mime)
+        return std::nullopt;
+    const QStringList formats = mime->formats();
+    if (formats.contains(kUtf8Text))
+        return strictUtf8(mime->data(kUtf8Text));
+    if (!std::any_of(formats.begin(), formats.end(), isText))
+        return std::nullopt;
+    return checkedText(mime->text());
+}
+
+QStringList QtPasteboard::types() const {
+    const QMimeData* mime = m_clipboard ? m_clipboard->mimeData(QClipboard::Clipboard) : nullptr;
+    if (!mime)
+        return {};
+    QStringList formats = mime->formats();
+    formats.removeIf([](const QString& format) { return kProtocolTargets.contains(format); });
+    return formats;
+}
+
+QByteArray QtPasteboard::data(const QString& type) const {
+    const QMimeData* mime = m_clipboard ? m_clipboard->mimeData(QClipboard::Clipboard) : nullptr;
+    return mime ? mime->data(type) : QByteArray();
+}
+
+void QtPasteboard::writeText(const QString& text) {
+    if (m_clipboard)
+        m_clipboard->setText(text, QClipboard::Clipboard);
+}

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "platform/Pasteboard.h"
+
+#include <QObject>
+
+class QClipboard;
+
+// The CLIPBOARD selection through Qt. X11 has no change counter, so this one keeps its own,
+// moved by every change Qt reports (XFixes owner changes from other programs, and our own
+// writes). Main thread only; needs the GUI application object.
+class QtPasteboard final : public QObject, public Pasteboard {
+    Q_OBJECT
+public:
+    explicit QtPasteboard(QObject* parent = nullptr);
+
+    qint64 changeCount() const override { return m_changeCount; }
+    std::optional<QString> plainText() const override;
+    QStringList types() const override;
+    QByteArray data(const QString& type) const override;
+    void writeText(const QString& text) override;
+
+private:
+    QClipboard* m_clipboard = nullptr;
+    qint64 m_changeCount = 0;
+};

@@ -1,0 +1,103 @@
+// The clipboard monitor over the desktop adapter, with other programs copying on the X
+// server's clipboard.
+#include "capture/ClipboardMonitor.h"
+#include "harness/ForeignClipboard.h"
+#include "harness/QtPrinters.h"
+#include "platform/SystemPasteboard.h"
+
+#include <QList>
+#include <QTest>
+#include <gtest/gtest.h>
+#include <random>
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace {
+
+class ClipboardMonitorDesktopTest : public testing::Test {
+protected:
+    QList<ClipboardChange> reports;
+    std::unique_ptr<Pasteboard> pasteboard = makeSystemPasteboard();
+    // Polls often, so the tests wait for the X server rather than for the timer.
+    ClipboardMonitor monitor{*pasteboard, 10ms};
+    // Last, so it goes first, while the monitor still listens.
+    ForeignClipboard foreign;
+
+    void SetUp() override {
+        monitor.onChange = [this](const ClipboardChange& change) {
+            reports << change;
+        };
+        monitor.start();
+    }
+    bool reported(qsizetype count) {
+        return QTest::qWaitFor([&] { return reports.size() >= count; }, 5000);
+    }
+};
+
+} // namespace
+
+TEST_F(ClipboardMonitorDesktopTest, aCopyInAnotherProgramIsReportedWithItsText) {
+    ASSERT_TRUE(foreign.copy("  look it up \n"));
+    ASSERT_TRUE(reported(1));
+    EXPECT_EQ(reports.first().text, u"  look it up \n"_s);
+    EXPECT_FALSE(reports.first().isConcealed);
+    EXPECT_FALSE(reports.first().isRemote);
+}
+
+TEST_F(ClipboardMonitorDesktopTest, aCopyMarkedSecretArrivesConcealed) {
+    ASSERT_TRUE(foreign.copy(
+        {{u"text/plain"_s, u"hunter2"_s}, {u"x-kde-passwordManagerHint"_s, u"secret"_s}}));
+    ASSERT_TRUE(reported(1));
+    EXPECT_EQ(reports.first().text, u"hunter2"_s);
+    EXPECT_TRUE(reports.first().isConcealed);
+}
+
+TEST_F(ClipboardMonitorDesktopTest, ourOwnWriteIsNotReported) {
+    ASSERT_TRUE(foreign.copy("from a browser"));
+    ASSERT_TRUE(reported(1));
+
+    monitor.writeText(u"copied from the panel"_s);
+    QTest::qWait(300); // thirty polls
+    EXPECT_EQ(reports.size(), 1);
+    EXPECT_EQ(pasteboard->plainText(), u"copied from the panel"_s);
+
+    // Still watching: the next copy elsewhere is news, even of the same text.
+    ASSERT_TRUE(foreign.copy("copied from the panel"));
+    ASSERT_TRUE(reported(2));
+    EXPECT_EQ(reports.last().text, u"copied from the panel"_s);
+}
+
+TEST_F(ClipboardMonitorDesktopTest, aThousandRapidCopiesOfHostileContentAreSurvived) {
+    // A burst from separate programs that replace each other before anyone reads them.
+    std::mt19937 random(20240611);
+    QByteArray huge(3'000'000, 'w');
+    QByteArray binary(70'000, Qt::Uninitialized);
+    for (char& byte : binary)
+        byte = static_cast<char>(random());
+    const QList<std::pair<QByteArray, QString>> burst = {
+        {QByteArray("ab\xff\xfe", 4), u"UTF8_STRING"_s},
+        {binary, u"UTF8_STRING"_s},
+        {binary, u"image/png"_s},
+        {QByteArray(), u"UTF8_STRING"_s},
+        {huge, u"UTF8_STRING"_s},
+        {QByteArray("\0\0\0", 3), u"STRING"_s},
+        {QByteArray("caf\xe9", 4), u"STRING"_s},
+        {binary, u"text/plain;charset=utf-8"_s},
+    };
+    for (int round = 0; round < 3; ++round) {
+        for (const auto& [bytes, type] : burst)
+            ASSERT_TRUE(foreign.copy(bytes, type));
+    }
+    // Then one program replacing its content a thousand times, often while it is being read.
+    ASSERT_TRUE(foreign.churn(1000, 7, 120s));
+    ASSERT_TRUE(QTest::qWaitFor(
+        [&] { return !reports.isEmpty() && reports.last().text == u"churn done"_s; }, 10'000));
+    EXPECT_GT(reports.size(), 5) << "most of the text on the way should have been read";
+
+    for (const ClipboardChange& change : reports) {
+        EXPECT_FALSE(change.text.isEmpty());
+        EXPECT_FALSE(change.text.contains(QChar::ReplacementCharacter));
+        EXPECT_FALSE(change.text.contains(QChar(0)));
+    }
+}

@@ -1,0 +1,167 @@
+#include "AgentProcess.h"
+
+#include <QCoreApplication>
+#include <QDeadlineTimer>
+#include <QDir>
+#include <QFile>
+#include <QJsonDocument>
+#include <QThread>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+QString agentPath() {
+    return QCoreApplication::applicationDirPath() + u"/quillet"_s;
+}
+
+const char* const kFakeTimeLibrary = "/usr/lib/x86_64-linux-gnu/faketime/libfaketime.so.1";
+
+} // namespace
+
+AgentProcess::AgentProcess() {
+    m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    QObject::connect(&m_process, &QProcess::readyReadStandardOutput, [this] { readAvailable(); });
+}
+
+AgentProcess::~AgentProcess() {
+    stop();
+}
+
+bool AgentProcess::start(const Options& options) {
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(u"HOME"_s, m_home.path());
+    for (const char* variable :
+         {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_STATE_HOME", "XDG_CACHE_HOME"})
+        environment.remove(QString::fromLatin1(variable));
+    environment.insert(u"LF_LOG_STDOUT"_s, u"1"_s);
+    // The panel draws with the desktop's real platform plugin, never offscreen.
+    environment.remove(u"QT_QPA_PLATFORM"_s);
+    // Settings as the user would have saved them; by default a translation server nobody
+    // runs, so the agent must cope with "no engine".
+    QJsonObject defaults = options.defaults;
+    if (!defaults.contains(u"translation.endpoint"_s))
+        defaults.insert(u"translation.endpoint"_s, u"http://127.0.0.1:9"_s);
+    const QString configFolder = m_home.filePath(u".config/Quillet"_s);
+    QDir().mkpath(configFolder);
+    QFile settings(configFolder + u"/defaults.json"_s);
+    if (!settings.open(QIODevice::WriteOnly) ||
+        settings.write(QJsonDocument(defaults).toJson()) < 0)
+        return false;
+    settings.close();
+    if (options.clipboardPollMs > 0)
+        environment.insert(u"QUILLET_CLIPBOARD_POLL_MS"_s,
+                           QString::number(options.clipboardPollMs));
+    if (options.fakeClock && QFile::exists(QString::fromLatin1(kFakeTimeLibrary))) {
+        m_clockFile = m_home.filePath(u"clock-offset"_s);
+        QFile file(m_clockFile);
+        if (!file.open(QIODevice::WriteOnly) || file.write("+0\n") < 0)
+            return false;
+        file.close();
+        environment.insert(u"LD_PRELOAD"_s, QString::fromLatin1(kFakeTimeLibrary));
+        environment.insert(u"FAKETIME_TIMESTAMP_FILE"_s, m_clockFile);
+        environment.insert(u"FAKETIME_CACHE_DURATION"_s, u"1"_s);
+        // Timers run on the monotonic clock; only the wall clock moves.
+        environment.insert(u"DONT_FAKE_MONOTONIC"_s, u"1"_s);
+    }
+    for (const QString& assignment : options.extraEnvironment) {
+        const qsizetype equals = assignment.indexOf(u'=');
+        environment.insert(assignment.left(equals), assignment.mid(equals + 1));
+    }
+    m_process.setProcessEnvironment(environment);
+    m_process.setWorkingDirectory(m_home.path());
+    m_process.start(agentPath(), {});
+    return m_process.waitForStarted(5000);
+}
+
+void AgentProcess::stop() {
+    if (m_process.state() == QProcess::NotRunning)
+        return;
+    m_process.terminate();
+    if (!m_process.waitForFinished(3000)) {
+        m_process.kill();
+        m_process.waitForFinished(3000);
+    }
+}
+
+void AgentProcess::readAvailable() {
+    m_partial += m_process.readAllStandardOutput();
+    qsizetype newline;
+    while ((newline = m_partial.indexOf('\n')) >= 0) {
+        m_lines.append(QString::fromUtf8(m_partial.left(newline)));
+        m_partial.remove(0, newline + 1);
+    }
+}
+
+std::optional<QString> AgentProcess::waitForLine(const QRegularExpression& pattern, int timeoutMs,
+                                                 qsizetype from) {
+    const QDeadlineTimer deadline(timeoutMs);
+    qsizetype checked = from;
+    while (true) {
+        for (; checked < m_lines.size(); ++checked) {
+            if (pattern.match(m_lines[checked]).hasMatch())
+                return m_lines[checked];
+        }
+        if (deadline.hasExpired() || m_process.state() != QProcess::Running)
+            return std::nullopt;
+        m_process.waitForReadyRead(int(qMin<qint64>(deadline.remainingTime(), 100)));
+        readAvailable();
+        QCoreApplication::processEvents();
+    }
+}
+
+void AgentProcess::drain(int milliseconds) {
+    const QDeadlineTimer deadline(milliseconds);
+    while (!deadline.hasExpired() && m_process.state() == QProcess::Running) {
+        m_process.waitForReadyRead(int(qMin<qint64>(deadline.remainingTime(), 50)));
+        readAvailable();
+        QCoreApplication::processEvents();
+    }
+}
+
+void AgentProcess::advanceClock(int seconds) {
+    m_clockOffset += seconds;
+    QFile file(m_clockFile);
+    if (file.open(QIODevice::WriteOnly | QIODevice::Truncate))
+        file.write("+" + QByteArray::number(m_clockOffset) + "\n");
+    file.close();
+    // The agent re-reads the offset at most once a second.
+    drain(2500);
+}
+
+qint64 AgentProcess::residentBytes(const QByteArray& field) const {
+    QFile status(u"/proc/%1/status"_s.arg(pid()));
+    if (!status.open(QIODevice::ReadOnly))
+        return -1;
+    for (const QByteArray& line : status.readAll().split('\n')) {
+        if (line.startsWith(field + ':'))
+            return line.mid(field.size() + 1).trimmed().split(' ').first().toLongLong() * 1024;
+    }
+    return -1;
+}
+
+namespace Desktop {
+
+std::optional<QString> panelState() {
+    QProcess xdotool;
+    xdotool.start(u"xdotool"_s, {u"search"_s, u"--name"_s, u"^Quillet 面板"_s, u"getwindowname"_s});
+    if (!xdotool.waitForFinished(3000) || xdotool.exitCode() != 0)
+        return std::nullopt;
+    const QString name = QString::fromUtf8(xdotool.readAllStandardOutput()).trimmed();
+    return name.section(u'\n', 0, 0);
+}
+
+std::optional<QString> waitForPanelState(const QRegularExpression& pattern, int timeoutMs) {
+    const QDeadlineTimer deadline(timeoutMs);
+    while (true) {
+        const std::optional<QString> state = panelState();
+        if (state && pattern.match(*state).hasMatch())
+            return state;
+        if (deadline.hasExpired())
+            return std::nullopt;
+        QCoreApplication::processEvents();
+        QThread::msleep(50);
+    }
+}
+
+} // namespace Desktop

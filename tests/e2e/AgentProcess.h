@@ -1,0 +1,68 @@
+#pragma once
+
+#include <QJsonObject>
+#include <QProcess>
+#include <QProcessEnvironment>
+#include <QRegularExpression>
+#include <QString>
+#include <QStringList>
+#include <QTemporaryDir>
+#include <optional>
+
+// The agent as a separate process under the test's desktop session: its own HOME, the
+// event log echoed to standard output, and a clock the test can move forward.
+class AgentProcess {
+public:
+    struct Options {
+        int clipboardPollMs = 0; // 0: the agent's own interval
+        bool fakeClock = true;   // lets the test advance the wall clock
+        QStringList extraEnvironment;
+        QJsonObject defaults; // the saved settings the agent starts with
+    };
+
+    AgentProcess();
+    ~AgentProcess();
+
+    bool start(const Options& options);
+    bool start() { return start(Options{}); }
+    void stop();
+
+    // Waits until a stdout line from `from` on matches; returns it.
+    std::optional<QString> waitForLine(const QRegularExpression& pattern, int timeoutMs = 5000,
+                                       qsizetype from = 0);
+    // Every line received so far.
+    const QStringList& lines() const { return m_lines; }
+    // Lines received after the given count, to look only at what one step produced.
+    QStringList linesSince(qsizetype mark) const { return m_lines.mid(mark); }
+    qsizetype mark() const { return m_lines.size(); }
+    // Reads output for a while without expecting anything.
+    void drain(int milliseconds);
+
+    // Moves the agent's wall clock forward (monotonic timers are not affected).
+    void advanceClock(int seconds);
+    qint64 pid() const { return m_process.processId(); }
+    // A size from /proc/<pid>/status: VmRSS, RssAnon (heap and stacks), RssFile (mapped files).
+    qint64 residentBytes(const QByteArray& field = "VmRSS") const;
+    bool isRunning() const { return m_process.state() == QProcess::Running; }
+    QString home() const { return m_home.path(); }
+
+private:
+    void readAvailable();
+
+    QTemporaryDir m_home;
+    QProcess m_process;
+    QStringList m_lines;
+    QByteArray m_partial;
+    QString m_clockFile;
+    int m_clockOffset = 0;
+};
+
+// The agent's panel as seen from outside, through its window title.
+namespace Desktop {
+
+// The title of the agent's panel window, which mirrors its state.
+std::optional<QString> panelState();
+// Waits until the panel state matches.
+std::optional<QString> waitForPanelState(const QRegularExpression& pattern, int timeoutMs = 5000);
+
+} // namespace Desktop
