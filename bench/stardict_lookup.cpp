@@ -6,6 +6,8 @@
 //   BM_StarDictLookup, BM_DictdLookup: one lookup (counters median_us, p99_us).
 //   BM_StarDictFirstLookup, BM_DictdFirstLookup: a fresh shelf finding, opening and
 //   answering one word, as a process does once (median over fresh opens).
+//   BM_Listing: the list of dictionaries (folders walked, files checked) with all of them
+//   already open, as every lookup of the engine asks for it.
 
 #include "LatencyCounters.h"
 #include "harness/StarDictWriter.h"
@@ -169,10 +171,31 @@ void BM_DictdFirstLookup(benchmark::State& state) {
     firstLookups(state, gcideSample());
 }
 
+void BM_Listing(benchmark::State& state) {
+    const Sample& starDict = starDictSample();
+    if (!starDict.error.isEmpty()) {
+        state.SkipWithError(qPrintable(starDict.error));
+        return;
+    }
+    const DictionaryShelf::Folders folders{starDict.folders.starDict, {u"/usr/share/dictd"_s}};
+    DictionaryShelf shelf([&folders] { return folders; }, [](const QString&) {});
+    const qsizetype count = shelf.dictionaries().size();
+    std::vector<double> micros;
+    for (auto _ : state) {
+        const auto start = std::chrono::steady_clock::now();
+        const QList<SystemDictionaryBridge::Handle> handles = shelf.dictionaries();
+        micros.push_back(microsSince(start));
+        benchmark::DoNotOptimize(handles);
+    }
+    reportLatencies(state, micros);
+    state.counters["dictionaries"] = double(count);
+}
+
 BENCHMARK(BM_StarDictLookup)->Iterations(kProbes* kPasses)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_StarDictFirstLookup)->Iterations(kFreshOpens)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_DictdLookup)->Iterations(kProbes* kPasses)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_DictdFirstLookup)->Iterations(kFreshOpens)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_Listing)->Iterations(2000)->Unit(benchmark::kMicrosecond);
 
 } // namespace
 

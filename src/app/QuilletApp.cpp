@@ -24,6 +24,7 @@
 #include <QScopeGuard>
 #include <QScreen>
 #include <QUrl>
+#include <cstdio>
 #include <malloc.h>
 
 using namespace Qt::StringLiterals;
@@ -49,6 +50,13 @@ void openInDictionary(const QString& word) {
 } // namespace
 
 int run(int argc, char** argv) {
+    if (qEnvironmentVariableIsEmpty("DISPLAY") && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") &&
+        qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
+        std::fputs(
+            "Quillet 需要在图形桌面里运行（没有找到 DISPLAY）。命令行用法见 quillet help。\n",
+            stderr);
+        return 69;
+    }
     // A copied text may be megabytes. glibc would raise its mmap threshold after freeing
     // such a block and serve the next ones from the heap, which then never shrinks; a fixed
     // threshold hands every large block back to the system when it is freed.

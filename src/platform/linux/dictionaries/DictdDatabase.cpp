@@ -84,19 +84,23 @@ OrDefect<std::unique_ptr<DictdDatabase>> DictdDatabase::open(const Files& files)
         return *defect;
     database->m_text = std::get<std::unique_ptr<DictZipFile>>(std::move(text));
 
-    // A cut-off index ends in a broken line; a cut-off text no longer holds the last entries.
+    // A cut-off index ends in a broken line, and a cut-off text no longer holds every entry:
+    // lines sampled across the index, the last among them, must read and point inside.
     const QByteArrayView index = database->m_index;
-    qsizetype lastStart = index.size() - (index.endsWith('\n') ? 1 : 0);
-    while (lastStart > 0 && index[lastStart - 1] != '\n')
-        --lastStart;
-    const auto first = database->lineAt(0);
-    const auto last = database->lineAt(lastStart);
-    if (!first || !last)
-        return DictionaryDefect{u"索引文件被截断或已损坏"_s};
-    for (const Line& line : {*first, *last})
-        if (line.offset > database->m_text->size() ||
-            line.length > database->m_text->size() - line.offset)
+    constexpr qsizetype kSamples = 32;
+    for (qsizetype sample = 0; sample <= kSamples; ++sample) {
+        qsizetype start = std::min(index.size() - 1, index.size() * sample / kSamples);
+        if (sample == kSamples && index.endsWith('\n'))
+            --start;
+        while (start > 0 && index[start - 1] != '\n')
+            --start;
+        const std::optional<Line> line = database->lineAt(start);
+        if (!line)
+            return DictionaryDefect{u"索引文件被截断或已损坏"_s};
+        if (line->offset > database->m_text->size() ||
+            line->length > database->m_text->size() - line->offset)
             return DictionaryDefect{u"索引指向正文之外，正文可能不完整"_s};
+    }
 
     const auto has = [&database](QByteArrayView headword) {
         return !database->metadataLines(headword).empty();

@@ -1,0 +1,80 @@
+#!/usr/bin/env bash
+# The measuring half of agent-process.sh, run inside the private desktop.
+set -uo pipefail
+build="$1"
+agent="$build/bin/quillet"
+work=$(mktemp -d)
+pids=()
+cleanup() { for pid in "${pids[@]}"; do kill "$pid" 2>/dev/null; wait "$pid" 2>/dev/null; done; rm -rf "$work"; }
+trap cleanup EXIT
+# A runtime folder of our own, so an agent running elsewhere for this user is not reused.
+export XDG_RUNTIME_DIR="$work/runtime"
+mkdir -m 700 "$XDG_RUNTIME_DIR"
+
+# A tray for the icon to dock in.
+trayer --edge top --align right --widthtype pixel --width 120 --height 24 >/dev/null 2>&1 &
+pids+=($!)
+sleep 0.5
+
+ms() { date +%s%3N; }
+start_agent() { # $1: log file; extra environment in the caller's exports
+    export HOME="$work/home" LF_LOG_STDOUT=1
+    mkdir -p "$HOME/.config/Quillet"
+    echo '{"translation.endpoint": "http://127.0.0.1:9"}' >"$HOME/.config/Quillet/defaults.json"
+    "$agent" >"$1" 2>/dev/null &
+    agent_pid=$!
+    pids+=("$agent_pid")
+}
+wait_for() { # $1 file, $2 pattern, $3 count, $4 timeout seconds
+    local deadline=$(($(date +%s) + $4))
+    while [ "$(grep -c -- "$2" "$1" 2>/dev/null)" -lt "$3" ]; do
+        [ "$(date +%s)" -ge "$deadline" ] && return 1
+        sleep 0.005
+    done
+}
+stop_agent() { kill "$agent_pid"; wait "$agent_pid" 2>/dev/null; }
+cpu_ticks() { awk '{print $14 + $15}' "/proc/$1/stat"; }
+rss_kb() { awk '/^VmRSS:/ {print $2}' "/proc/$1/status"; }
+
+# Start to ready (tray icon shown, panel at rest, coordinator started): 15 launches.
+startups=()
+for _ in $(seq 15); do
+    rm -rf "$work/home"
+    t0=$(ms)
+    start_agent "$work/start.log"
+    wait_for "$work/start.log" "Quillet 已启动" 1 10 || { echo "agent did not start"; exit 1; }
+    startups+=($(($(ms) - t0)))
+    stop_agent
+done
+echo "start to ready (ms): $(printf '%s\n' "${startups[@]}" | sort -n | tr '\n' ' ')"
+echo "  median $(printf '%s\n' "${startups[@]}" | sort -n | sed -n 8p) ms"
+
+# Idle with clipboard lookup on.
+rm -rf "$work/home"
+start_agent "$work/idle.log"
+wait_for "$work/idle.log" "Quillet 已启动" 1 10
+sleep 5
+echo "resident after start: $(rss_kb "$agent_pid") kB"
+ticks0=$(cpu_ticks "$agent_pid")
+sleep 60
+ticks1=$(cpu_ticks "$agent_pid")
+hz=$(getconf CLK_TCK)
+awk -v t=$((ticks1 - ticks0)) -v hz="$hz" 'BEGIN { printf "idle CPU over 60 s: %.3f %% of a core\n", 100 * t / hz / 60 }'
+stop_agent
+
+# 1,000 dictionary lookups through the real clipboard.
+rm -rf "$work/home"
+export QUILLET_CLIPBOARD_POLL_MS=20
+start_agent "$work/lookups.log"
+wait_for "$work/lookups.log" "Quillet 已启动" 1 10
+sqlite3 "$build/bin/dictionary.sqlite" \
+    "SELECT word FROM words WHERE length(word) BETWEEN 4 AND 10 AND word GLOB '[a-z]*' AND word NOT GLOB '*[^a-z]*' LIMIT 1000" >"$work/words"
+while read -r word; do
+    printf '%s' "$word" | xclip -selection clipboard -i
+    sleep 0.06
+done <"$work/words"
+wait_for "$work/lookups.log" "^\[结果\] 词典" 990 60 || true
+echo "lookups answered: $(grep -c '^\[结果\] 词典' "$work/lookups.log") of 1000"
+echo "resident after 1,000 lookups: $(rss_kb "$agent_pid") kB"
+stop_agent
+unset QUILLET_CLIPBOARD_POLL_MS
