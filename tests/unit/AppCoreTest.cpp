@@ -199,8 +199,9 @@ TEST_F(AppCoreTest, RefusedCopiesShowNothingAndSecretsLeaveNoTrace) {
         EXPECT_EQ(core->lastRejection()->reason, c.reason) << c.text.toStdString();
         const bool keepsNoCopy = RejectReasons::keepsNoCopy(c.reason);
         EXPECT_EQ(core->lastRejection()->text.has_value(), !keepsNoCopy) << c.text.toStdString();
-        if (keepsNoCopy)
+        if (keepsNoCopy) {
             EXPECT_FALSE(logLines().join(u'\n').contains(c.text)) << c.text.toStdString();
+        }
     }
     EXPECT_TRUE(presenter.calls.isEmpty()) << (presenter.calls.join(u'\n')).toStdString();
 

@@ -342,8 +342,9 @@ TEST_F(LocalModelTranslationEngineTest, FirstSlowTranslationOfARunIsAnnounced) {
         server.loaded.clear(); // the next answer would be slow again, but is not the first
         QCoro::waitFor(fresh.translate(u"Good evening to you."_s, {}));
         ASSERT_EQ(notices.size(), c.announced ? 1 : 0) << c.name;
-        if (c.announced)
+        if (c.announced) {
             EXPECT_EQ(notices[0][0].toString(), kFirstUse);
+        }
     }
 }
 

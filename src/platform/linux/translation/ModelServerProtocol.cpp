@@ -36,3 +36,23 @@ QString ModelServerProtocol::errorDetail(const QByteArray& body) {
         return error.toObject().value(u"message"_s).toString();
     return object.value(u"message"_s).toString();
 }
+
+QCoro::Task<ServerOutcome<QByteArray>> ModelServerProtocol::exchange(HttpExchange::Request request,
+                                                                     CancellationToken token,
+                                                                     NotFound notFound) {
+    // Named locals around co_await: GCC 12 destroys temporaries in the expression twice.
+    const HttpExchange::Outcome outcome =
+        co_await HttpExchange::send(m_manager, std::move(request), token);
+    if (const auto* failure = std::get_if<HttpExchange::Failure>(&outcome)) {
+        if (*failure == HttpExchange::Failure::cancelled)
+            co_return Cancelled{};
+        co_return failureOf(*failure);
+    }
+    const auto& response = std::get<HttpExchange::Response>(outcome);
+    if (succeeded(response))
+        co_return response.body;
+    const QString detail = errorDetail(response.body);
+    if (notFound == NotFound::modelMissing && response.status == 404 && !detail.isEmpty())
+        co_return ServerFailure{ServerFailure::Kind::modelMissing, detail};
+    co_return ServerFailure{ServerFailure::Kind::badAnswer, detail};
+}

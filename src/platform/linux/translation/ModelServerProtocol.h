@@ -65,7 +65,21 @@ public:
     virtual bool sameModel(const QString& listed, const QString& wanted) const = 0;
 
 protected:
+    enum class NotFound { badAnswer, modelMissing };
+
     QUrl url(const QString& path) const;
+    // Sends the request: the body of a 2xx answer, else what went wrong. With
+    // NotFound::modelMissing, a 404 that gives a reason says the server lacks the model.
+    QCoro::Task<ServerOutcome<QByteArray>> exchange(HttpExchange::Request request,
+                                                    CancellationToken token,
+                                                    NotFound notFound = NotFound::badAnswer);
+    // A failed exchange, passed on as the outcome of another call.
+    template <typename Value>
+    static ServerOutcome<Value> passOn(const ServerOutcome<QByteArray>& outcome) {
+        if (std::holds_alternative<Cancelled>(outcome))
+            return Cancelled{};
+        return std::get<ServerFailure>(outcome);
+    }
     // A failure of the transfer itself, in the protocol's terms.
     static ServerFailure failureOf(HttpExchange::Failure failure);
     // What the server said went wrong, from the usual error bodies of both protocols.

@@ -31,17 +31,11 @@ QCoro::Task<ServerOutcome<QStringList>> OllamaProtocol::names(QString path,
                                                               CancellationToken token) {
     HttpExchange::Request request{
         .url = url(path), .jsonBody = std::nullopt, .limits = m_limits.quick};
-    const HttpExchange::Outcome outcome =
-        co_await HttpExchange::send(m_manager, std::move(request), token);
-    if (const auto* failure = std::get_if<HttpExchange::Failure>(&outcome)) {
-        if (*failure == HttpExchange::Failure::cancelled)
-            co_return Cancelled{};
-        co_return failureOf(*failure);
-    }
-    const auto& response = std::get<HttpExchange::Response>(outcome);
-    if (!succeeded(response))
-        co_return ServerFailure{Kind::badAnswer, errorDetail(response.body)};
-    const QJsonValue models = QJsonDocument::fromJson(response.body).object().value(u"models"_s);
+    const ServerOutcome<QByteArray> answer = co_await exchange(std::move(request), token);
+    const auto* answered = std::get_if<QByteArray>(&answer);
+    if (!answered)
+        co_return passOn<QStringList>(answer);
+    const QJsonValue models = QJsonDocument::fromJson(*answered).object().value(u"models"_s);
     if (!models.isArray())
         co_return ServerFailure{Kind::badAnswer, {}};
     QStringList names;
@@ -83,22 +77,13 @@ QCoro::Task<ServerOutcome<QString>> OllamaProtocol::chat(Chat chat, Cancellation
     };
     HttpExchange::Request request{
         .url = url(u"/api/chat"_s), .jsonBody = compact(body), .limits = m_limits.chat};
-    const HttpExchange::Outcome outcome =
-        co_await HttpExchange::send(m_manager, std::move(request), token);
-    if (const auto* failure = std::get_if<HttpExchange::Failure>(&outcome)) {
-        if (*failure == HttpExchange::Failure::cancelled)
-            co_return Cancelled{};
-        co_return failureOf(*failure);
-    }
-    const auto& response = std::get<HttpExchange::Response>(outcome);
-    if (!succeeded(response)) {
-        const QString detail = errorDetail(response.body);
-        // Ollama answers a chat with a model it lacks with 404 and its reason.
-        if (response.status == 404 && !detail.isEmpty())
-            co_return ServerFailure{Kind::modelMissing, detail};
-        co_return ServerFailure{Kind::badAnswer, detail};
-    }
-    const QJsonValue content = QJsonDocument::fromJson(response.body)
+    // Ollama answers a chat with a model it lacks with 404 and its reason.
+    const ServerOutcome<QByteArray> answer =
+        co_await exchange(std::move(request), token, NotFound::modelMissing);
+    const auto* answered = std::get_if<QByteArray>(&answer);
+    if (!answered)
+        co_return passOn<QString>(answer);
+    const QJsonValue content = QJsonDocument::fromJson(*answered)
                                    .object()
                                    .value(u"message"_s)
                                    .toObject()

@@ -27,17 +27,11 @@ bool OpenAiProtocol::sameModel(const QString& listed, const QString& wanted) con
 QCoro::Task<ServerOutcome<QStringList>> OpenAiProtocol::listModels(CancellationToken token) {
     HttpExchange::Request request{
         .url = apiUrl(u"/models"_s), .jsonBody = std::nullopt, .limits = m_limits.quick};
-    const HttpExchange::Outcome outcome =
-        co_await HttpExchange::send(m_manager, std::move(request), token);
-    if (const auto* failure = std::get_if<HttpExchange::Failure>(&outcome)) {
-        if (*failure == HttpExchange::Failure::cancelled)
-            co_return Cancelled{};
-        co_return failureOf(*failure);
-    }
-    const auto& response = std::get<HttpExchange::Response>(outcome);
-    if (!succeeded(response))
-        co_return ServerFailure{Kind::badAnswer, errorDetail(response.body)};
-    const QJsonValue data = QJsonDocument::fromJson(response.body).object().value(u"data"_s);
+    const ServerOutcome<QByteArray> answer = co_await exchange(std::move(request), token);
+    const auto* answered = std::get_if<QByteArray>(&answer);
+    if (!answered)
+        co_return passOn<QStringList>(answer);
+    const QJsonValue data = QJsonDocument::fromJson(*answered).object().value(u"data"_s);
     if (!data.isArray())
         co_return ServerFailure{Kind::badAnswer, {}};
     QStringList names;
@@ -67,22 +61,13 @@ QCoro::Task<ServerOutcome<QString>> OpenAiProtocol::chat(Chat chat, Cancellation
     HttpExchange::Request request{.url = apiUrl(u"/chat/completions"_s),
                                   .jsonBody = QJsonDocument(body).toJson(QJsonDocument::Compact),
                                   .limits = m_limits.chat};
-    const HttpExchange::Outcome outcome =
-        co_await HttpExchange::send(m_manager, std::move(request), token);
-    if (const auto* failure = std::get_if<HttpExchange::Failure>(&outcome)) {
-        if (*failure == HttpExchange::Failure::cancelled)
-            co_return Cancelled{};
-        co_return failureOf(*failure);
-    }
-    const auto& response = std::get<HttpExchange::Response>(outcome);
-    if (!succeeded(response)) {
-        const QString detail = errorDetail(response.body);
-        // vLLM and LM Studio answer an unknown model with 404 and their reason.
-        if (response.status == 404 && !detail.isEmpty())
-            co_return ServerFailure{Kind::modelMissing, detail};
-        co_return ServerFailure{Kind::badAnswer, detail};
-    }
-    const QJsonValue content = QJsonDocument::fromJson(response.body)
+    // vLLM and LM Studio answer an unknown model with 404 and their reason.
+    const ServerOutcome<QByteArray> answer =
+        co_await exchange(std::move(request), token, NotFound::modelMissing);
+    const auto* answered = std::get_if<QByteArray>(&answer);
+    if (!answered)
+        co_return passOn<QString>(answer);
+    const QJsonValue content = QJsonDocument::fromJson(*answered)
                                    .object()
                                    .value(u"choices"_s)
                                    .toArray()
