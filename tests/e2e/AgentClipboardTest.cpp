@@ -85,15 +85,18 @@ TEST_F(AgentClipboardTest, CopiedWordIsAnsweredRecordedAndAMinuteLaterLookedUpAg
 
     qsizetype mark = agent.mark();
     copy(u"water"_s);
-    ASSERT_TRUE(agent.waitForLine(startingWith(refusal(RejectReason::duplicate)), 5000, mark))
+    ASSERT_TRUE(agent.waitForLine(startingWith(refusal(RejectReason::duplicate)),
+                                  AgentProcess::lineTimeoutMs, mark))
         << text(agent.linesSince(mark));
 
     agent.advanceClock(61);
     mark = agent.mark();
     copy(u"water"_s);
-    ASSERT_TRUE(agent.waitForLine(startingWith(u"[触发] 复制查词｜单词｜water"_s), 5000, mark))
+    ASSERT_TRUE(agent.waitForLine(startingWith(u"[触发] 复制查词｜单词｜water"_s),
+                                  AgentProcess::lineTimeoutMs, mark))
         << text(agent.lines());
-    EXPECT_TRUE(agent.waitForLine(startingWith(u"[结果] 词典｜water"_s), 5000, mark));
+    EXPECT_TRUE(agent.waitForLine(startingWith(u"[结果] 词典｜water"_s),
+                                  AgentProcess::lineTimeoutMs, mark));
     EXPECT_EQ(agent.linesSince(mark).filter(u"[结果] 词典｜water"_s).size(), 1)
         << text(agent.linesSince(mark));
 }
@@ -112,6 +115,7 @@ TEST_F(AgentClipboardTest, RefusedCopiesAreLoggedAndShowNothing) {
         {u"getUserAccountBalance"_s, RejectReason::codeIdentifier},
     };
     for (const Case& c : cases) {
+        agent.drain(500);
         copy(c.content);
         EXPECT_TRUE(agent.waitForLine(startingWith(refusal(c.reason))))
             << c.content.toStdString() << "\n"
@@ -145,8 +149,7 @@ TEST_F(AgentClipboardTest, LaterCopySupersedesASlowTranslation) {
     ASSERT_TRUE(agent.waitForLine(startingWith(u"[触发] 复制查词｜句子｜"_s)));
     ASSERT_TRUE(Desktop::waitForPanelState(startingWith(u"Quillet 面板｜loading"_s)));
     copy(u"river"_s);
-    ASSERT_TRUE(agent.waitForLine(startingWith(u"[结果] 词典｜river"_s), 5000))
-        << text(agent.lines());
+    ASSERT_TRUE(agent.waitForLine(startingWith(u"[结果] 词典｜river"_s))) << text(agent.lines());
     // Past the moment the first answer would have come.
     agent.drain(2500);
     EXPECT_TRUE(Desktop::panelState()->startsWith(u"Quillet 面板｜result｜river"_s));

@@ -27,9 +27,13 @@ public:
     bool start() { return start(Options{}); }
     void stop();
 
+    // The default wait outlasts Qt's 5 s clipboard timeout: a copy that lands while the agent
+    // is still reading the previous owner (which has just quit) is seen after that stall.
+    static constexpr int lineTimeoutMs = 12000;
+
     // Waits until a stdout line from `from` on matches; returns it.
-    std::optional<QString> waitForLine(const QRegularExpression& pattern, int timeoutMs = 5000,
-                                       qsizetype from = 0);
+    std::optional<QString> waitForLine(const QRegularExpression& pattern,
+                                       int timeoutMs = lineTimeoutMs, qsizetype from = 0);
     // Every line received so far.
     const QStringList& lines() const { return m_lines; }
     // Lines received after the given count, to look only at what one step produced.
@@ -63,6 +67,7 @@ namespace Desktop {
 // The title of the agent's panel window, which mirrors its state.
 std::optional<QString> panelState();
 // Waits until the panel state matches.
-std::optional<QString> waitForPanelState(const QRegularExpression& pattern, int timeoutMs = 5000);
+std::optional<QString> waitForPanelState(const QRegularExpression& pattern,
+                                         int timeoutMs = AgentProcess::lineTimeoutMs);
 
 } // namespace Desktop
