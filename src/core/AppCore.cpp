@@ -22,6 +22,13 @@ namespace {
 
 AppCore* gShared = nullptr;
 
+// Translated sentences are kept as sentences; everything else the panel shows is a word.
+Vocabulary::Kind notebookKind(const LookupResult& result) {
+    return result.isTranslation() && TextFilter::kind(result.term) != QueryKind::word
+               ? Vocabulary::Kind::sentence
+               : Vocabulary::Kind::word;
+}
+
 QString wordOrSentence(const QString& trimmed) {
     return TextFilter::kind(trimmed) == QueryKind::word ? u"单词"_s : u"句子"_s;
 }
@@ -77,17 +84,14 @@ void AppCore::wirePresenterActions() {
         openInDictionary(word);
     };
     actions.isStarred = [this](const LookupResult& result) {
-        const auto kind = result.isTranslation() && TextFilter::kind(result.term) != QueryKind::word
-                              ? Vocabulary::Kind::sentence
-                              : Vocabulary::Kind::word;
-        const auto entry = m_deps.vocabulary.entry(result.term, kind);
+        const auto entry = m_deps.vocabulary.entry(result.term, notebookKind(result));
         return entry && entry->starred;
     };
     actions.toggleStar = [this](const LookupResult& result) {
-        if (result.isTranslation() && TextFilter::kind(result.term) != QueryKind::word)
-            return m_deps.vocabulary.toggleStar(result.term, Vocabulary::Kind::sentence,
-                                                result.translation);
-        return m_deps.vocabulary.toggleStar(result.term, Vocabulary::Kind::word);
+        const Vocabulary::Kind kind = notebookKind(result);
+        return m_deps.vocabulary.toggleStar(
+            result.term, kind,
+            kind == Vocabulary::Kind::sentence ? std::optional(result.translation) : std::nullopt);
     };
     actions.wordSources = [this](const QString& term) {
         return m_deps.engine.wordSources(term);

@@ -1,6 +1,5 @@
 #include "core/LookupEngine.h"
 
-#include "core/IcuRegex.h"
 #include "core/TextFilter.h"
 #include "core/TranslationEngine.h"
 #include "core/UnicodeText.h"
@@ -17,36 +16,9 @@ const QString kBundledId = u"bundled"_s;
 
 // Entries of the Chinese-to-English direction carry a Han headword; only English
 // headwords answer an English query.
-bool hasEnglishHeadword(const DictionaryEntry& entry) {
-    if (UnicodeText::containsHan(entry.headword))
-        return false;
-    bool hasAsciiLetter = false;
-    UnicodeText::forEachCharacter(entry.headword, [&hasAsciiLetter](QStringView character) {
-        hasAsciiLetter = UnicodeText::isAsciiLetter(character);
-        return !hasAsciiLetter;
-    });
-    return hasAsciiLetter;
-}
-
 QList<DictionaryEntry> englishEntries(QList<DictionaryEntry> entries) {
-    entries.removeIf([](const DictionaryEntry& entry) { return !hasEnglishHeadword(entry); });
+    entries.removeIf([](const DictionaryEntry& entry) { return !entry.hasEnglishHeadword(); });
     return entries;
-}
-
-bool holdsChineseGloss(const DictionaryEntry& entry) {
-    // Angle-bracket labels such as 〈美〉 are Chinese but gloss nothing.
-    static const IcuRegex label(u"〈[^〉]*〉");
-    QString text = entry.allSenses().join(QString());
-    if (entry.rawFallback)
-        text += *entry.rawFallback;
-    qsizetype kept = 0;
-    QString stripped;
-    for (const IcuRegex::Match& match : label.findAll(text)) {
-        stripped += QStringView(text).sliced(kept, match.start - kept);
-        kept = match.end;
-    }
-    stripped += QStringView(text).sliced(kept);
-    return UnicodeText::containsHan(stripped);
 }
 
 // Whether a dictionary glosses in Chinese never changes while the program runs, so the
@@ -79,7 +51,7 @@ bool LookupEngine::isCrossReferenceStub(const LookupResult::Source& source) cons
     if (source.stubExempt)
         return false;
     for (const DictionaryEntry& entry : source.entries) {
-        if (holdsChineseGloss(entry))
+        if (entry.holdsChineseGloss())
             return false;
     }
     if (source.id == kBundledId)
@@ -175,7 +147,7 @@ std::optional<QString> LookupEngine::firstTrustedPhonetic(const QString& term) c
     if (!text)
         return std::nullopt;
     for (const DictionaryEntry& entry : m_deps.catalog.parseDefinition(*text, term)) {
-        if (!hasEnglishHeadword(entry))
+        if (!entry.hasEnglishHeadword())
             continue;
         return entry.phonetic;
     }

@@ -1,5 +1,8 @@
 #include "dictionary/DictionaryEntry.h"
 
+#include "core/IcuRegex.h"
+#include "core/UnicodeText.h"
+
 #include <algorithm>
 #include <array>
 
@@ -103,4 +106,31 @@ QString DictionaryEntry::copyText(const QString& headword) const {
         }
     }
     return lines.join(u'\n');
+}
+
+bool DictionaryEntry::holdsChineseGloss() const {
+    // Angle-bracket labels such as 〈美〉 are Chinese but gloss nothing.
+    static const IcuRegex label(u"〈[^〉]*〉");
+    QString text = allSenses().join(QString());
+    if (rawFallback)
+        text += *rawFallback;
+    QString stripped;
+    qsizetype kept = 0;
+    for (const IcuRegex::Match& match : label.findAll(text)) {
+        stripped += QStringView(text).sliced(kept, match.start - kept);
+        kept = match.end;
+    }
+    stripped += QStringView(text).sliced(kept);
+    return UnicodeText::containsHan(stripped);
+}
+
+bool DictionaryEntry::hasEnglishHeadword() const {
+    if (UnicodeText::containsHan(headword))
+        return false;
+    bool hasAsciiLetter = false;
+    UnicodeText::forEachCharacter(headword, [&hasAsciiLetter](QStringView character) {
+        hasAsciiLetter = UnicodeText::isAsciiLetter(character);
+        return !hasAsciiLetter;
+    });
+    return hasAsciiLetter;
 }

@@ -28,6 +28,10 @@ struct DictionaryEntry {
     bool operator==(const DictionaryEntry&) const = default;
 
     QStringList allSenses() const;
+    // Chinese among the senses (or the raw text) outside 〈…〉 usage labels such as 〈美〉.
+    bool holdsChineseGloss() const;
+    // A headword of the English-to-Chinese direction: no Han character, an ASCII letter.
+    bool hasEnglishHeadword() const;
     int senseCount() const;
     QString displayHeadword() const;
     QList<Section> visibleSections(int limit = unlimited) const;

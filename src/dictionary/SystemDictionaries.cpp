@@ -1,6 +1,5 @@
 #include "dictionary/SystemDictionaries.h"
 
-#include "core/IcuRegex.h"
 #include "core/UnicodeText.h"
 #include "dictionary/DictionaryLookup.h"
 #include "platform/DictionarySettingsOpener.h"
@@ -8,6 +7,7 @@
 
 #include <QHash>
 #include <QSet>
+#include <algorithm>
 
 using namespace Qt::StringLiterals;
 
@@ -93,28 +93,6 @@ std::optional<SystemDictionaryBridge::Handle> activeHandle(const QString& identi
     return std::nullopt;
 }
 
-// Chinese inside 〈…〉 is a usage label such as 〈美〉, not a gloss.
-QString withoutAngleLabels(const QString& text) {
-    static const IcuRegex label(u"〈[^〉]*〉");
-    QString kept;
-    qsizetype from = 0;
-    for (const IcuRegex::Match& match : label.findAll(text)) {
-        kept += QStringView(text).sliced(from, match.start - from);
-        from = match.end;
-    }
-    kept += QStringView(text).sliced(from);
-    return kept;
-}
-
-bool holdsAsciiLetter(const QString& text) {
-    bool found = false;
-    UnicodeText::forEachCharacter(text, [&found](QStringView character) {
-        found = UnicodeText::isAsciiLetter(character);
-        return !found;
-    });
-    return found;
-}
-
 QString trimmedOfSpacesAndTabs(const QString& text) {
     qsizetype begin = 0;
     qsizetype end = text.size();
@@ -146,19 +124,11 @@ bool givesChineseGloss(const QString& identifier) {
     const std::optional<QString> text = SystemDictionaryBridge::rawDefinition(kProbeWord, *handle);
     if (!text)
         return false;
-    for (const DictionaryEntry& entry : DictionaryLookup::parse(*text, kProbeWord)) {
-        QString glosses = entry.allSenses().join(QString());
-        if (entry.rawFallback)
-            glosses += *entry.rawFallback;
-        if (!DictionaryLookup::containsHanCharacters(withoutAngleLabels(glosses)))
-            continue;
-        // An entry of the Chinese-to-English direction says nothing about English words.
-        if (DictionaryLookup::containsHanCharacters(entry.headword))
-            continue;
-        if (holdsAsciiLetter(entry.headword))
-            return true;
-    }
-    return false;
+    // An entry of the Chinese-to-English direction says nothing about English words.
+    const QList<DictionaryEntry> entries = DictionaryLookup::parse(*text, kProbeWord);
+    return std::any_of(entries.begin(), entries.end(), [](const DictionaryEntry& entry) {
+        return entry.holdsChineseGloss() && entry.hasEnglishHeadword();
+    });
 }
 
 QString tabName(const QString& identifier, const QString& fullName) {
