@@ -1,7 +1,10 @@
 #include "ui/Icons.h"
 
+#include <QCoreApplication>
+#include <QHash>
 #include <QPainter>
 #include <QPixmap>
+#include <QPointer>
 #include <QSvgRenderer>
 
 using namespace Qt::StringLiterals;
@@ -32,14 +35,28 @@ QIcon build(const QString& name, std::initializer_list<int> sizes) {
     return icon;
 }
 
+// Panel glyphs are set again on every answer. A fresh QIcon each time would be a fresh key
+// in Qt's pixmap cache, which then fills towards its 10 MB limit; one icon per glyph is
+// reused instead. The application owns the holder, so no pixmap outlives it.
+class PanelIconHolder : public QObject {
+public:
+    using QObject::QObject;
+    QHash<QString, QIcon> icons;
+};
+
 } // namespace
 
-// Built on each call and never kept in a static: pixmaps must not outlive the application
-// object.
+// The mark is wanted once per window; built on each call.
 QIcon Icons::app() {
     return build(u"quillet"_s, {16, 22, 24, 32, 48, 64, 128, 256});
 }
 
 QIcon Icons::panel(const QString& name) {
-    return build(name, {20});
+    static QPointer<PanelIconHolder> holder;
+    if (!holder)
+        holder = new PanelIconHolder(QCoreApplication::instance());
+    auto found = holder->icons.constFind(name);
+    if (found == holder->icons.cend())
+        found = holder->icons.insert(name, build(name, {20}));
+    return *found;
 }
