@@ -13,18 +13,14 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-QString databasePath() {
-    return AppPaths::wordDatabase();
-}
-
 class BundledDictionaryIntegrationTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        if (!QFileInfo(databasePath()).isFile())
+        if (!QFileInfo(AppPaths::wordDatabase()).isFile())
             GTEST_SKIP() << "the word database was not built";
     }
     static const BundledDictionary& dictionary() {
-        static const BundledDictionary shared(databasePath());
+        static const BundledDictionary shared(AppPaths::wordDatabase());
         return shared;
     }
 };
@@ -41,38 +37,17 @@ QString render(const DictionaryEntry& entry) {
 } // namespace
 
 TEST_F(BundledDictionaryIntegrationTest, AnswersCommonWordsAndForms) {
+    // What ECDICT's columns become: parts of speech, subject labels, letter case, punctuation
+    // inside words, and forms reached through `forms` with their note leading.
     const std::pair<QString, QString> cases[] = {
-        {u"water"_s,
+        {u"WATER"_s,
          u"water /ˈwɒːtə/ | 名词: 水, 雨水, 海水, 水位, 水面, 流水 | 及物动词: 给...浇水"_s},
-        {u"Hello"_s, u"hello /həˈləu/ | 感叹词: 喂, 嘿"_s},
-        {u"run"_s, u"run /rʌn/ | 名词: 跑, 赛跑"_s},
-        {u"running"_s, u"running /ˈrʌniŋ/ | 名词: 赛跑, 流出, 运转 | 形容词: 流动的"_s},
-        {u"went"_s, u"go /gou/ | 不及物动词: went 的变化形式, 去, 走"_s},
-        {u"was"_s, u"be /biː/ | 动词: was 的变化形式, 是"_s},
-        {u"taught"_s, u"teach /tiːtʃ/ | 及物动词: taught 的变化形式, 教"_s},
-        {u"children"_s, u"children /ˈtʃildrən/ | 复数: 孩子, 孩子们"_s},
-        {u"mice"_s, u"mice /mais/ | 复数: 老鼠"_s},
-        {u"better"_s, u"better /ˈbetə/ | 形容词: 较好的 | 副词: 比较好"_s},
         {u"bank"_s, u"bank /bæŋk/ | 名词: 银行, 堤, 岸 | 医学: 库"_s},
-        {u"THE"_s, u"the /ðə/ | 冠词: 那"_s},
         {u"a"_s, u"a /ei/ | —: 第一个字母 A, 一个, 第一的 | 冠词: [计] 累加器"_s},
-        {u"lead"_s, u"lead /liːd. led/ | 名词: 铅"_s},
         {u"don't"_s, u"don't /dəunt/ | —: (= do not)不要 | 名词: 禁忌"_s},
-        {u"o'clock"_s, u"o'clock /əˈklɔk/ | 名词: ...点钟, 钟头"_s},
-        {u"e-mail"_s, u"e-mail /ˈiːmeil/ | 计算机: 电子邮件"_s},
-        {u"well-known"_s, u"well-known | 形容词: 众所周知的, 有名的"_s},
-        {u"data"_s, u"data /ˈdeitə/ | 复数: 资料, 数据 | 计算机: 数据, DOS内部命令:用于显示"_s},
-        {u"saw"_s,
-         u"saw /sɒː/ | 名词: 锯子, 谚语 | 及物动词: 锯, 锯开, 来回移动 | 不及物动词: 拉锯, "
-         u"移动 | —: see的过去式"_s},
-        // inflections without a row of their own, through `forms`
+        {u"went"_s, u"go /gou/ | 不及物动词: went 的变化形式, 去, 走"_s},
         {u"  Actioned\n"_s, u"action /ˈækʃən/ | 名词: actioned 的变化形式, 行动"_s},
-        {u"ski'd"_s, u"ski /skiː/ | 名词: ski'd 的变化形式, 滑雪橇 | 不及物动词: 滑雪"_s},
         {u"day-dreamed"_s, u"daydream /ˈdeidriːm/ | 名词: day-dreamed 的变化形式, 白日梦"_s},
-        {u"hyperventilates"_s,
-         u"hyperventilate /ˌhaɪpəˈventɪleɪt/ | 医学: hyperventilates 的变化形式, 过度呼吸"_s},
-        {u"counterweighted"_s, u"counterweight /ˈkauntəweit/ | 名词: counterweighted 的变化形式, "
-                               u"平衡物, 平衡力, 秤锤 | 机械: 配重"_s},
     };
     for (const auto& [query, shown] : cases) {
         const QList<DictionaryEntry> found = dictionary().lookup(query);
@@ -87,7 +62,8 @@ TEST_F(BundledDictionaryIntegrationTest, AnswersCommonWordsAndForms) {
 TEST_F(BundledDictionaryIntegrationTest, TablesHoldOnlyReachableKeys) {
     sqlite3* db = nullptr;
     sqlite3_stmt* statement = nullptr;
-    sqlite3_open_v2(databasePath().toUtf8().constData(), &db, SQLITE_OPEN_READONLY, nullptr);
+    sqlite3_open_v2(AppPaths::wordDatabase().toUtf8().constData(), &db, SQLITE_OPEN_READONLY,
+                    nullptr);
     ASSERT_EQ(sqlite3_prepare_v2(db, R"sql(
         SELECT (SELECT count(*) FROM sqlite_master) || '|' || (SELECT count(*) > 300000 FROM words)
             || '|' || (SELECT count(*) FROM forms WHERE lemma NOT IN (SELECT word FROM words))

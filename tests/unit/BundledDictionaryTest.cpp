@@ -35,11 +35,6 @@ QString answer(const BundledDictionary& dictionary, const QString& query) {
            (entry.rawFallback ? u"raw[%1]"_s.arg(*entry.rawFallback) : QString());
 }
 
-void writeFile(const QString& path, const QByteArray& bytes) {
-    QFile file(path);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size());
-}
-
 } // namespace
 
 TEST(BundledDictionaryTest, FindsWordsThenLemmas) {
@@ -82,35 +77,35 @@ TEST(BundledDictionaryTest, OpensOnceOnFirstRealLookup) {
 
 TEST(BundledDictionaryTest, UnreadableFilesAnswerNothing) {
     QTemporaryDir dir;
-    QByteArray garbage;
+    QFile garbage(dir.filePath(u"garbage"_s));
+    ASSERT_TRUE(garbage.open(QIODevice::WriteOnly));
     for (int i = 0; i < 8192; ++i)
-        garbage.append(static_cast<char>((i * 7919) & 0xFF));
-    writeFile(dir.filePath(u"garbage"_s), garbage);
-    writeFile(dir.filePath(u"empty"_s), {});
+        garbage.putChar(char((i * 7919) & 0xFF));
+    garbage.close();
+    QFile(dir.filePath(u"empty"_s)).open(QIODevice::WriteOnly);
     const FixtureDatabase noForms(
         u"CREATE TABLE words(word TEXT, phonetic TEXT, translation TEXT,"
         " pos TEXT); INSERT INTO words VALUES ('run', NULL, 'vi. 跑', NULL);"_s);
 
-    for (const QString& path : {dir.filePath(u"garbage"_s), dir.filePath(u"empty"_s), dir.path(),
-                                QString(), noForms.path()}) {
-        const BundledDictionary dictionary(path);
-        EXPECT_EQ(answer(dictionary, u"running"_s), u"-"_s) << qPrintable(path);
-    }
+    for (const QString& path :
+         {garbage.fileName(), dir.filePath(u"empty"_s), dir.path(), QString(), noForms.path()})
+        EXPECT_EQ(answer(BundledDictionary(path), u"running"_s), u"-"_s) << qPrintable(path);
     EXPECT_EQ(answer(BundledDictionary(noForms.path()), u"run"_s), u"run: 跑"_s);
 }
 
 TEST(BundledDictionaryTest, ConcurrentLookupsAgree) {
     const FixtureDatabase db(fixtureRows());
     const BundledDictionary dictionary(db.path()); // fresh: the threads also race to open it
-    const QString queries[] = {u"water"_s, u"Running"_s, u"seen"_s};
-    const QString answers[] = {u"water /ˈwɔːtə/: 水, 浇水"_s,
-                               u"run /rʌn/: running 的变化形式, 跑, 赛跑"_s, u"-"_s};
+    const std::pair<QString, QString> cases[] = {
+        {u"water"_s, u"water /ˈwɔːtə/: 水, 浇水"_s},
+        {u"Running"_s, u"run /rʌn/: running 的变化形式, 跑, 赛跑"_s},
+        {u"seen"_s, u"-"_s}};
     std::atomic<int> mismatches = 0;
     std::vector<std::thread> threads;
     for (int t = 0; t < 8; ++t)
         threads.emplace_back([&, t] {
             for (int i = t; i < t + 300; ++i)
-                mismatches += answer(dictionary, queries[i % 3]) == answers[i % 3] ? 0 : 1;
+                mismatches += answer(dictionary, cases[i % 3].first) != cases[i % 3].second;
         });
     for (std::thread& thread : threads)
         thread.join();

@@ -56,33 +56,23 @@ TEST_F(ClipboardMonitorTest, contentOnTheClipboardAtStartIsNeverReported) {
     EXPECT_EQ(reports, (QList<ClipboardChange>{{u"  water \n"_s, false, false}}));
 }
 
-TEST_F(ClipboardMonitorTest, everyCopyIsReportedOnceEvenOfTheSameText) {
+TEST_F(ClipboardMonitorTest, eachChangeWithTextIsReportedOnce) {
     monitor.start();
     pasteboard.copyText(u"water"_s);
     monitor.poll();
     monitor.poll();
-    pasteboard.copyText(u"water"_s);
+    pasteboard.copyText(u"water"_s); // the same text again is a new copy
     monitor.poll();
-    EXPECT_EQ(reportedTexts(), (QStringList{u"water"_s, u"water"_s}));
-}
-
-TEST_F(ClipboardMonitorTest, twoCopiesWithinOnePeriodReportOnlyTheSecond) {
-    monitor.start();
-    pasteboard.copyText(u"first"_s);
+    pasteboard.copyText(u"first"_s); // two copies within one period: only the second
     pasteboard.copyText(u"second"_s);
     monitor.poll();
-    EXPECT_EQ(reportedTexts(), QStringList{u"second"_s});
-}
+    EXPECT_EQ(reportedTexts(), (QStringList{u"water"_s, u"water"_s, u"second"_s}));
 
-TEST_F(ClipboardMonitorTest, contentWithoutTextIsConsumedSilently) {
-    monitor.start();
+    // Content without text is taken as seen: quiet polls after it read nothing.
+    reports.clear();
     pasteboard.copyImage();
     monitor.poll();
-    EXPECT_TRUE(reports.isEmpty());
-
-    // Taken as seen: later quiet polls read nothing, and text copied next is reported.
     const int reads = pasteboard.contentReads();
-    monitor.poll();
     monitor.poll();
     EXPECT_EQ(pasteboard.contentReads(), reads);
     pasteboard.copyText(u"after the image"_s);
@@ -91,30 +81,24 @@ TEST_F(ClipboardMonitorTest, contentWithoutTextIsConsumedSilently) {
 }
 
 TEST_F(ClipboardMonitorTest, markersComeFromTheDeclaredTypes) {
-    struct Case {
+    const QString kConcealed = u"org.nspasteboard.ConcealedType"_s;
+    const struct {
         const char* name;
         ScriptedPasteboard::Content extra;
         bool concealed;
         bool remote;
-    };
-    const QList<Case> cases = {
+    } cases[] = {
         {"plain", {}, false, false},
-        {"concealed type", {{u"org.nspasteboard.ConcealedType"_s, {}}}, true, false},
-        {"transient type", {{u"org.nspasteboard.TransientType"_s, {}}}, true, false},
-        {"password manager secret", {{u"x-kde-passwordManagerHint"_s, "secret"}}, true, false},
-        {"password manager, not secret",
-         {{u"x-kde-passwordManagerHint"_s, "public"}},
-         false,
-         false},
-        {"secret as data of another type", {{u"application/x-note"_s, "secret"}}, false, false},
+        {"concealed", {{kConcealed, {}}}, true, false},
+        {"transient", {{u"org.nspasteboard.TransientType"_s, {}}}, true, false},
+        {"hint: secret", {{u"x-kde-passwordManagerHint"_s, "secret"}}, true, false},
+        {"hint: public", {{u"x-kde-passwordManagerHint"_s, "public"}}, false, false},
+        {"other type: secret", {{u"application/x-note"_s, "secret"}}, false, false},
         {"other device", {{u"com.apple.is-remote-clipboard"_s, {}}}, false, true},
-        {"secret from another device",
-         {{u"org.nspasteboard.ConcealedType"_s, {}}, {u"com.apple.is-remote-clipboard"_s, {}}},
-         true,
-         true},
+        {"both", {{kConcealed, {}}, {u"com.apple.is-remote-clipboard"_s, {}}}, true, true},
     };
     monitor.start();
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         reports.clear();
         pasteboard.copyText(u"hunter2"_s, c.extra);
@@ -124,33 +108,24 @@ TEST_F(ClipboardMonitorTest, markersComeFromTheDeclaredTypes) {
 }
 
 TEST_F(ClipboardMonitorTest, pauseAndResumeFollowTheTriggerMethod) {
-    struct Case {
-        Method method;
-        bool runsAgain;
-    };
-    for (const Case c : {Case{Method::copy, true}, Case{Method::hotKey, false}}) {
-        SCOPED_TRACE(TriggerSettings::rawValue(c.method).toStdString());
-        reports.clear();
-        monitor.start();
-        monitor.pause();
-        EXPECT_FALSE(monitor.isRunning());
-        pasteboard.copyText(u"copied while paused"_s);
-        monitor.resume(c.method);
-        EXPECT_EQ(monitor.isRunning(), c.runsAgain);
-        monitor.poll();
-        EXPECT_TRUE(reports.isEmpty()) << "a copy made during the pause is never reported";
-        pasteboard.copyText(u"copied after resuming"_s);
-        monitor.poll();
-        EXPECT_EQ(reports.size(), c.runsAgain ? 1 : 0);
-    }
-}
-
-TEST_F(ClipboardMonitorTest, resumeWhileRunningKeepsPendingCopies) {
     monitor.start();
     pasteboard.copyText(u"pending"_s);
-    monitor.resume(Method::copy);
+    monitor.resume(Method::copy); // already running: what is pending stays pending
     monitor.poll();
     EXPECT_EQ(reportedTexts(), QStringList{u"pending"_s});
+
+    reports.clear();
+    monitor.pause();
+    pasteboard.copyText(u"copied while paused"_s);
+    monitor.resume(Method::hotKey);
+    EXPECT_FALSE(monitor.isRunning()) << "copying is not how the user looks things up";
+    monitor.resume(Method::copy);
+    EXPECT_TRUE(monitor.isRunning());
+    monitor.poll();
+    EXPECT_TRUE(reports.isEmpty()) << "a copy made during the pause is never reported";
+    pasteboard.copyText(u"copied after resuming"_s);
+    monitor.poll();
+    EXPECT_EQ(reportedTexts(), QStringList{u"copied after resuming"_s});
 }
 
 TEST_F(ClipboardMonitorTest, theTimerPollsUntilPausedEvenFromInsideAReport) {
@@ -169,7 +144,7 @@ TEST_F(ClipboardMonitorTest, theTimerPollsUntilPausedEvenFromInsideAReport) {
     EXPECT_EQ(reportedTexts(), QStringList{u"by timer"_s});
 }
 
-TEST_F(ClipboardMonitorTest, ownWritesAreNeverReported) {
+TEST_F(ClipboardMonitorTest, ownWritesAreNeverReportedButLaterCopiesAre) {
     for (const bool announcedLate : {false, true}) {
         SCOPED_TRACE(announcedLate ? "announced late" : "announced at once");
         pasteboard.setAnnouncesOwnWritesLate(announcedLate);
@@ -181,11 +156,6 @@ TEST_F(ClipboardMonitorTest, ownWritesAreNeverReported) {
         EXPECT_EQ(pasteboard.plainText(), u"from the panel"_s);
         EXPECT_TRUE(reports.isEmpty());
     }
-}
-
-TEST_F(ClipboardMonitorTest, copiesAfterAnOwnWriteAreReported) {
-    pasteboard.setAnnouncesOwnWritesLate(true);
-    monitor.start();
 
     // Another program copies before our write is announced: its text is news.
     monitor.writeText(u"ours"_s);

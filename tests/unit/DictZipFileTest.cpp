@@ -15,48 +15,41 @@ namespace {
 // The dictzip tool cuts its output into chunks of this many bytes.
 constexpr quint64 kChunk = 58315;
 
-// Text that compresses like a dictionary's but never repeats exactly, so a read from the
-// wrong place shows.
-QByteArray sampleText(qsizetype size) {
-    QByteArray text;
-    for (int line = 0; text.size() < size; ++line)
-        text += "entry " + QByteArray::number(line) + ": a body of water, " +
-                QByteArray::number(line * 7919 % 1000) + " words\n";
-    text.truncate(size);
-    return text;
-}
-
 void writeFile(const QString& path, const QByteArray& bytes) {
     QFile file(path);
     ASSERT_TRUE(file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size());
 }
 
-// What a command-line tool (dictzip, gzip) writes to its standard output.
-QByteArray run(const QString& program, const QStringList& arguments) {
-    QProcess tool;
-    tool.start(program, arguments);
-    if (!tool.waitForFinished(60000) || tool.exitCode() != 0)
-        return program.toUtf8() + " failed: " + tool.readAllStandardError();
-    return tool.readAllStandardOutput();
+QByteArray readFile(const QString& path) {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-// <name>.dict holding `text`, its dictzip form <name>.dict.dz and gzip form <name>.dict.gz.
-void writeForms(const QTemporaryDir& dir, const QString& name, const QByteArray& text) {
-    const QString plain = dir.filePath(name + u".dict"_s);
+// <dir>/text.dict holding text that never repeats exactly (so a read from the wrong place
+// shows), beside it text.dict.dz made by dictzip and text.dict.gz made by gzip.
+QByteArray writeForms(const QTemporaryDir& dir, qsizetype size) {
+    QByteArray text;
+    for (int line = 0; text.size() < size; ++line)
+        text += "entry " + QByteArray::number(line) + ": a body of water, " +
+                QByteArray::number(line * 7919 % 1000) + " words\n";
+    text.truncate(size);
+    const QString plain = dir.filePath(u"text.dict"_s);
     writeFile(plain, text);
-    ASSERT_EQ(run(u"dictzip"_s, {u"-k"_s, plain}), QByteArray());
-    writeFile(plain + u".gz"_s, run(u"gzip"_s, {u"-c"_s, plain}));
+    QProcess gzip;
+    gzip.start(u"gzip"_s, {u"-c"_s, plain});
+    EXPECT_TRUE(gzip.waitForFinished(60000) && gzip.exitCode() == 0);
+    writeFile(plain + u".gz"_s, gzip.readAllStandardOutput());
+    EXPECT_EQ(QProcess::execute(u"dictzip"_s, {u"-k"_s, plain}), 0);
+    return text;
 }
 
 } // namespace
 
-// Reads that start, end and straddle the tool's chunk boundaries give the same bytes from
-// every form of the text.
+// Reads that start, end and straddle the chunk boundaries give the same bytes from every form.
 TEST(DictZipFileTest, EveryFormReadsTheSameBytes) {
     QTemporaryDir dir;
-    const QByteArray text = sampleText(qsizetype(3 * kChunk + 1000)); // a short fourth chunk
-    writeForms(dir, u"text"_s, text);
-    const QByteArray gzipped = run(u"gzip"_s, {u"-c"_s, dir.filePath(u"text.dict"_s)});
+    const QByteArray text = writeForms(dir, qsizetype(3 * kChunk + 1000)); // a short last chunk
+    const QByteArray gzipped = readFile(dir.filePath(u"text.dict.gz"_s));
     writeFile(dir.filePath(u"twice.dict.gz"_s), gzipped + gzipped); // two gzip members
 
     const std::pair<quint64, quint64> ranges[] = {
@@ -97,25 +90,20 @@ TEST(DictZipFileTest, EveryFormReadsTheSameBytes) {
 
 TEST(DictZipFileTest, DamagedFilesFailAtOpenOrAtTheDamagedChunk) {
     QTemporaryDir dir;
-    const QByteArray text = sampleText(qsizetype(3 * kChunk));
-    writeForms(dir, u"text"_s, text);
-    QFile dictzipped(dir.filePath(u"text.dict.dz"_s));
-    QFile gzipped(dir.filePath(u"text.dict.gz"_s));
-    ASSERT_TRUE(dictzipped.open(QIODevice::ReadOnly) && gzipped.open(QIODevice::ReadOnly));
-    const QByteArray good = dictzipped.readAll();
+    const QByteArray text = writeForms(dir, qsizetype(3 * kChunk));
+    const QByteArray good = readFile(dir.filePath(u"text.dict.dz"_s));
 
     const std::pair<QString, QByteArray> broken[] = {
         {u"cut.dict.dz"_s, good.left(good.size() / 2)},
         {u"no-trailer.dict.dz"_s, good.chopped(8)},
         {u"not-gzip.dict.dz"_s, "plain text where gzip belongs"},
         {u"empty.dict.dz"_s, QByteArray()},
-        {u"cut.dict.gz"_s, gzipped.readAll().chopped(20)},
+        {u"cut.dict.gz"_s, readFile(dir.filePath(u"text.dict.gz"_s)).chopped(20)},
         {u"garbage.dict.gz"_s, QByteArray::fromHex("1f8b08000000000000ff") + "not deflate"},
     };
     for (const auto& [name, bytes] : broken) {
         writeFile(dir.filePath(name), bytes);
-        const std::optional<QString> reason =
-            DictionaryFiles::defectIn(DictZipFile::open(dir.filePath(name)));
+        const auto reason = DictionaryFiles::defectIn(DictZipFile::open(dir.filePath(name)));
         EXPECT_TRUE(reason && reason->contains(name)) << qPrintable(name);
     }
     EXPECT_EQ(DictionaryFiles::defectIn(DictZipFile::open(dir.filePath(u"missing.dict.dz"_s))),
@@ -126,14 +114,14 @@ TEST(DictZipFileTest, DamagedFilesFailAtOpenOrAtTheDamagedChunk) {
     QByteArray damaged = good;
     for (qsizetype i = damaged.size() / 2; i < damaged.size() / 2 + 64; ++i)
         damaged[i] = char(~damaged[i]);
-    writeFile(dir.filePath(u"damaged.dict.dz"_s), damaged);
-    const auto file =
-        DictionaryFiles::opened(DictZipFile::open(dir.filePath(u"damaged.dict.dz"_s)));
+    const QString path = dir.filePath(u"damaged.dict.dz"_s);
+    writeFile(path, damaged);
+    const auto file = DictionaryFiles::opened(DictZipFile::open(path));
     ASSERT_TRUE(file);
     EXPECT_EQ(file->read(0, quint64(text.size())), std::nullopt);
     EXPECT_EQ(file->read(10, 20), text.mid(10, 20));
 
     // Cut short after it was opened: failed reads, never a crash.
-    ASSERT_TRUE(QFile::resize(dir.filePath(u"damaged.dict.dz"_s), 30));
+    ASSERT_TRUE(QFile::resize(path, 30));
     EXPECT_EQ(file->read(2 * kChunk + 10, 50), std::nullopt);
 }

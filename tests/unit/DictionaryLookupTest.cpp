@@ -20,17 +20,16 @@ QString render(const QList<DictionaryEntry>& entries) {
         if (entry.phonetic)
             line += u' ' + *entry.phonetic;
         for (const DictionaryEntry::Section& section : entry.sections) {
-            QString heading = section.partOfSpeech.value_or(u"—"_s);
-            if (section.label)
-                heading = u'(' + *section.label + u')';
             QStringList senses;
-            for (qsizetype i = 0; i < section.senses.size(); ++i) {
-                QString sense = section.senses[i];
-                if (i < section.subsenses.size() && !section.subsenses[i].isEmpty())
-                    sense += u" {"_s + section.subsenses[i].join(u", "_s) + u'}';
-                senses.append(sense);
-            }
-            line += u" | "_s + heading + u": "_s + senses.join(u"; "_s);
+            for (qsizetype i = 0; i < section.senses.size(); ++i)
+                senses.append(section.senses[i] +
+                              (section.subsenses.value(i).isEmpty()
+                                   ? QString()
+                                   : u" {"_s + section.subsenses[i].join(u", "_s) + u'}'));
+            line += u" | "_s +
+                    (section.label ? u'(' + *section.label + u')'
+                                   : section.partOfSpeech.value_or(u"—"_s)) +
+                    u": "_s + senses.join(u"; "_s);
         }
         if (entry.rawFallback)
             line += u" ⟨"_s + *entry.rawFallback + u'⟩';
@@ -39,17 +38,15 @@ QString render(const QList<DictionaryEntry>& entries) {
     return lines.join(u'\n');
 }
 
-struct Case {
-    const char* layout;
-    QString text;
-    QString fallback;
-    QString expected;
-};
-
 } // namespace
 
 TEST(DictionaryLookupTest, EnglishChineseLayouts) {
-    const Case cases[] = {
+    const struct {
+        const char* layout;
+        QString text;
+        QString fallback;
+        QString expected;
+    } cases[] = {
         {"transcription with a star, one line per part of speech",
          u"*[ˈwɔ:tə]\nn. 水；水域\nvt. 给…浇水, 灌溉"_s, u"water"_s,
          u"water /ˈwɔːtə/ | 名词: 水; 水域 | 及物动词: 给…浇水; 灌溉"_s},
@@ -60,9 +57,8 @@ TEST(DictionaryLookupTest, EnglishChineseLayouts) {
         {"subject labels in both bracket styles, a heading with a colon, combined parts of speech",
          u"vt. & vi. 流动\n【医】 水剂\n[计] 数据流\n相关词组:\n  water down\n  in deep water"_s,
          u"flow"_s,
-         u"flow | 及物动词、不及物动词: 流动 | (医学): 水剂 | (计算机): 数据流 | (相关词组): water "
-         u"down; "
-         u"in deep water"_s},
+         u"flow | 及物动词、不及物动词: 流动 | (医学): 水剂 | (计算机): 数据流 | (相关词组): "
+         u"water down; in deep water"_s},
         {"an abbreviation that is no part of speech, or a bracket that is no subject, stays text",
          u"e.g. 例如\nVt. 某义\n[U] 不可数义"_s, u"eg"_s,
          u"eg | —: e.g. 例如; Vt. 某义; [U] 不可数义"_s},
@@ -82,112 +78,90 @@ TEST(DictionaryLookupTest, EnglishChineseLayouts) {
          u"water ⟨*[ˈwɔ:tə]⟩"_s},
         {"nothing at all", u" \n\t\n"_s, u"water"_s, u""_s},
     };
-    for (const Case& c : cases)
+    for (const auto& c : cases)
         EXPECT_EQ(render(DictionaryLookup::parse(c.text, c.fallback)), c.expected) << c.layout;
+
+    EXPECT_TRUE(DictionaryLookup::containsHanCharacters(u"〈英〉= color"_s));
+    EXPECT_TRUE(DictionaryLookup::containsHanCharacters(u"x\u3400"_s));
+    EXPECT_FALSE(DictionaryLookup::containsHanCharacters(u"かな 한글 【】 ˈwɔːtə"_s));
 }
 
 TEST(DictionaryLookupTest, EnglishLayoutsAsDictdServesThem) {
-    const QString gcideWater =
-        u"Water \\Wa\"ter\\ (w[add]\"t[~e]r), n. [AS. w[ae]ter; akin to OS.\n"
-        "   watar, G. wasser. [root]137. Cf. {Dropsy},\n"
-        "   {Hydra}, {Wet}.]\n"
-        "   1. The fluid which descends from the clouds in rain, and\n"
-        "      which forms rivers, lakes, seas, etc. \"We will drink\n"
-        "      water.\" --Shak.\n"
-        "      [1913 Webster]\n"
-        "\n"
-        "   Note: Pure water consists of hydrogen and oxygen, {H2O}.\n"
-        "         [1913 Webster]\n"
-        "\n"
-        "   2. A body of water, standing or flowing; a lake, river, or\n"
-        "      other collection of water.\n"
-        "      [1913 Webster]\n"
-        "\n"
-        "            Remembering he had passed over a small water a poor\n"
-        "            scholar when first coming to the university. --Fuller.\n"
-        "\n"
-        "   {Hard water}. See under {Hard}.\n"
-        "\n"
-        "   {To make water}.\n"
-        "      (a) To pass urine. --Swift.\n"
-        "      (b) (Naut.) To admit water; to leak.\n"
-        "\n"
-        "Water \\Wa\"ter\\, v. t. [imp. & p. p. {Watered}; p. pr. & vb. n.\n"
-        "   {Watering}.] [AS. w[ae]terian.]\n"
-        "   [1913 Webster]\n"
-        "   1. To wet or supply with water; to irrigate; as, to water land.\n"
-        "      [1913 Webster]\n"_s;
-    const QString gcideBank = u"Banc \\Banc\\, Bancus \\Ban\"cus\\, Bank \\Bank\\, n.\n"
-                              "   A bench; a tribunal or court.\n"
-                              "\n"
-                              "Bank \\Bank\\ (b[a^][ng]k), n.\n"
-                              "   5. (Mining)\n"
-                              "      (a) The face of the coal at which miners are working.\n"
-                              "      (b) A deposit of ore or coal, worked by excavations above\n"
-                              "          water level.\n"
-                              "   6. (A[\"e]ronautics) The lateral inclination of an\n"
-                              "      a[\"e]roplane as it rounds a curve; a bank of 45[deg].\n"
-                              "\n"
-                              "Aeroplane \\A\"[\"e]r*o*plane`\\, n.\n"
-                              "   [a[\"e]ro- + plane.] (A[\"e]ronautics)\n"
-                              "   1. A light rigid plane used in a[\"e]rial navigation.\n"
-                              "   2. Hence: a flying machine.\n"_s;
     const QString wnWater = u"water\n"
                             "    n 1: binary compound that occurs at room temperature as a clear\n"
-                            "         colorless odorless tasteless liquid [syn: {water}, {H2O}]\n"
+                            "         liquid [syn: {water}, {H2O}]\n"
                             "    2: the part of the earth's surface covered with water; \"they\n"
                             "       invaded our territorial waters\" [syn: {body\n"
                             "       of water}, {water}]\n"
                             "    v 1: supply with water; \"Water the fields\" [syn: {water},\n"
                             "         {irrigate}] [ant: {dry}]\n"_s;
-    const Case cases[] = {
+    const QString wnParsed = u"water | 名词: binary compound that occurs at room temperature as "
+                             u"a clear liquid; the part of the earth's surface covered with "
+                             u"water | 动词: supply with water"_s;
+    const struct {
+        const char* layout;
+        QString text;
+        QString fallback;
+        QString expected;
+    } cases[] = {
         {"gcide: etymology, quotations, notes and phrases left out; homographs numbered",
-         gcideWater, u"water"_s,
-         u"Water#1 | 名词: The fluid which descends from the clouds in rain, and which forms "
-         u"rivers, lakes, seas, etc.; A body of water, standing or flowing; a lake, river, or "
-         u"other collection of water.\n"
-         u"Water#2 | 及物动词: To wet or supply with water; to irrigate; as, to water land."_s},
+         u"Water \\Wa\"ter\\ (w[add]\"t[~e]r), n. [AS. w[ae]ter; akin to OS.\n"
+         "   watar. Cf. {Hydra}.]\n"
+         "   1. The fluid which descends from the clouds in rain. \"We will drink\n"
+         "      water.\" --Shak.\n"
+         "      [1913 Webster]\n\n"
+         "   Note: Pure water consists of hydrogen and oxygen, {H2O}.\n\n"
+         "   2. A body of water, standing or flowing.\n\n"
+         "            Remembering he had passed over a small water a poor\n"
+         "            scholar. --Fuller.\n\n"
+         "   {To make water}.\n"
+         "      (a) To pass urine. --Swift.\n\n"
+         "Water \\Wa\"ter\\, v. t. [imp. & p. p. {Watered}; p. pr. & vb. n.\n"
+         "   {Watering}.] [AS. w[ae]terian.]\n"
+         "   1. To wet or supply with water; to irrigate.\n"_s,
+         u"water"_s,
+         u"Water#1 | 名词: The fluid which descends from the clouds in rain.; A body of water, "
+         u"standing or flowing.\nWater#2 | 及物动词: To wet or supply with water; to irrigate."_s},
         {"gcide: the spelling asked for among several, sub-senses, field labels, escapes",
-         gcideBank, u"bank"_s,
+         u"Banc \\Banc\\, Bancus \\Ban\"cus\\, Bank \\Bank\\, n.\n"
+         "   A bench; a tribunal or court.\n\n"
+         "Bank \\Bank\\ (b[a^][ng]k), n.\n"
+         "   5. (Mining)\n"
+         "      (a) The face of the coal.\n"
+         "      (b) A deposit of ore or coal, worked by excavations above\n"
+         "          water level.\n"
+         "   6. (A[\"e]ronautics) The inclination of an a[\"e]roplane; a bank of 45[deg].\n\n"
+         "Aeroplane \\A\"[\"e]r*o*plane`\\, n.\n"
+         "   [a[\"e]ro- + plane.] (A[\"e]ronautics)\n"
+         "   1. A light rigid plane.\n"
+         "   2. Hence: a flying machine.\n"_s,
+         u"bank"_s,
          u"Bank#1 | 名词: A bench; a tribunal or court.\n"
-         u"Bank#2 | 名词: (Mining) {The face of the coal at which miners are working., A deposit "
-         u"of "
-         u"ore or coal, worked by excavations above water level.}; (Aëronautics) The lateral "
-         u"inclination of an aëroplane as it rounds a curve; a bank of 45°.\n"
-         u"Aeroplane | (Aëronautics): A light rigid plane used in aërial navigation.; Hence: a "
-         u"flying machine."_s},
+         u"Bank#2 | 名词: (Mining) {The face of the coal., A deposit of ore or coal, worked by "
+         u"excavations above water level.}; (Aëronautics) The inclination of an aëroplane; a "
+         u"bank of 45°.\n"
+         u"Aeroplane | (Aëronautics): A light rigid plane.; Hence: a flying machine."_s},
         {"gcide: a pointer to another headword",
          u"Colour \\Col\"our\\, n.\n   See {Color}. [Brit.]\n   [1913 Webster]"_s, u"colour"_s,
          u"Colour | 名词: See Color. [Brit.]"_s},
         {"wn: senses numbered per part of speech, examples and synonym lists left out", wnWater,
-         u"water"_s,
-         u"water | 名词: binary compound that occurs at room temperature as a clear colorless "
-         u"odorless tasteless liquid; the part of the earth's surface covered with water | 动词: "
-         u"supply with water"_s},
+         u"water"_s, wnParsed},
         {"a dictd client's banner and indentation",
          u"From WordNet (r) 3.0 (2006) [wn]:\n\n  "_s +
              QString(wnWater).replace(u"\n"_s, u"\n  "_s),
-         u"water"_s,
-         u"water | 名词: binary compound that occurs at room temperature as a clear colorless "
-         u"odorless tasteless liquid; the part of the earth's surface covered with water | 动词: "
-         u"supply with water"_s},
+         u"water"_s, wnParsed},
     };
-    for (const Case& c : cases)
+    for (const auto& c : cases)
         EXPECT_EQ(render(DictionaryLookup::parse(c.text, c.fallback)), c.expected) << c.layout;
 }
 
 TEST(DictionaryLookupTest, WebsterEscapesBecomeUnicode) {
-    const struct {
-        QString markup;
-        QString plain;
-    } cases[] = {
-        {u"w[ae]ter, [AE]on"_s, u"wæter, Æon"_s},
-        {u"a[\"e]roplane"_s, u"aëroplane"_s},
-        {u"r[u^]n, r[=o]de, caf['e], [,c]a, m[~n]"_s, u"rŭn, rōde, café, ça, mñ"_s},
-        {u"39[deg] F., [root]137"_s, u"39° F., √137"_s},
-        {u"[Obs.] [R.] [1913 Webster] [a] [x\"]"_s, u"[Obs.] [R.] [1913 Webster] [a] [x\"]"_s},
-        {u"[unclosed"_s, u"[unclosed"_s},
+    const std::pair<QString, QString> cases[] = {
+        {u"w[ae]ter [AE]on a[\"e]ro r[u^]n r[=o]de caf['e] [,c]a m[~n] 39[deg] [root]137"_s,
+         u"wæter Æon aëro rŭn rōde café ça mñ 39° √137"_s},
+        {u"[Obs.] [1913 Webster] [a] [x\"] [unclosed"_s,
+         u"[Obs.] [1913 Webster] [a] [x\"] [unclosed"_s},
     };
-    for (const auto& c : cases)
-        EXPECT_EQ(WebsterDefinitionParser::decodeMarkup(c.markup), c.plain);
+    for (const auto& [markup, plain] : cases)
+        EXPECT_EQ(WebsterDefinitionParser::decodeMarkup(markup), plain);
 }

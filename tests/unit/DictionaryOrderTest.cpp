@@ -15,43 +15,34 @@ const QString kODE = u"com.apple.dictionary.ODE"_s;
 const QString kStarDict = u"stardict:langdao-ec-gb"_s;
 const QString kDictd = u"dictd:gcide"_s;
 
-const DictionaryOrder::IsChineseEnglish kBilingual = [](const QString& identifier) {
+bool bilingual(const QString& identifier) {
     return identifier == kOCD || identifier == kStarDict;
-};
+}
 
 } // namespace
 
 TEST(DictionaryOrder, defaultPutsBilingualBeforeOthersAndAppleLast) {
-    const struct {
-        QStringList active;
-        QStringList expected;
-    } cases[] = {
+    const std::pair<QStringList, QStringList> cases[] = {
         {{kApple, kNOAD, kOCD}, {kBundled, kOCD, kNOAD, kApple}},
-        {{kNOAD, kOCD}, {kBundled, kOCD, kNOAD}},
         {{kDictd, kStarDict, kApple, kOCD}, {kBundled, kStarDict, kOCD, kDictd, kApple}},
-        {{}, {kBundled}},
-    };
-    for (const auto& c : cases)
-        EXPECT_EQ(DictionaryOrder::defaultOrder(c.active, kBilingual), c.expected)
-            << c.active.join(u' ').toStdString();
+        {{}, {kBundled}}};
+    for (const auto& [active, expected] : cases)
+        EXPECT_EQ(DictionaryOrder::defaultOrder(active, bilingual), expected)
+            << active.join(u' ').toStdString();
 }
 
+// Of the old single choice only "systemAny" (system dictionaries first, in their own order)
+// is kept; anything else starts from the default.
 TEST(DictionaryOrder, migrationFromTheOldSingleChoice) {
     const QStringList active{kApple, kNOAD, kOCD};
     const QStringList byDefault{kBundled, kOCD, kNOAD, kApple};
-    const struct {
-        std::optional<QString> legacy;
-        QStringList expected;
-    } cases[] = {
-        {std::nullopt, byDefault},
-        {u"bundledFirst"_s, byDefault},
-        {u"systemFirst"_s, byDefault},
-        {u""_s, byDefault},
-        {u"systemAny"_s, {kNOAD, kOCD, kBundled, kApple}},
-    };
-    for (const auto& c : cases)
-        EXPECT_EQ(DictionaryOrder::migrated(c.legacy, active, kBilingual), c.expected)
-            << c.legacy.value_or(u"(none)"_s).toStdString();
+    for (const std::optional<QString>& legacy :
+         {std::optional<QString>(), std::optional(u"bundledFirst"_s),
+          std::optional(u"systemFirst"_s), std::optional(u""_s)})
+        EXPECT_EQ(DictionaryOrder::migrated(legacy, active, bilingual), byDefault)
+            << legacy.value_or(u"(none)"_s).toStdString();
+    EXPECT_EQ(DictionaryOrder::migrated(u"systemAny"_s, active, bilingual),
+              (QStringList{kNOAD, kOCD, kBundled, kApple}));
 
     const auto mustNotAsk = [](const QString&) {
         ADD_FAILURE() << "systemAny keeps the active order without asking";
@@ -86,8 +77,7 @@ TEST(DictionaryOrder, resolveKeepsSavedOrderAndAppendsNewcomers) {
          {kNOAD, kOCD},
          {kNOAD}},
         {"nothing saved", {}, {}, {kApple, kDictd}, {kBundled, kApple, kDictd}},
-        {"unknown saved identifier", {u"stardict:gone"_s, kBundled}, {}, {}, {kBundled}},
-    };
+        {"unknown saved identifier", {u"stardict:gone"_s, kBundled}, {}, {}, {kBundled}}};
     for (const auto& c : cases)
         EXPECT_EQ(DictionaryOrder::resolve(c.saved, c.removed, c.active), c.expected) << c.what;
 }

@@ -37,11 +37,11 @@ protected:
         EXPECT_EQ(sqlite3_prepare_v2(db, query, -1, &statement, nullptr), SQLITE_OK);
         while (sqlite3_step(statement) == SQLITE_ROW) {
             QStringList values;
-            for (int i = 0; i < sqlite3_column_count(statement); ++i) {
-                const auto* text = sqlite3_column_text(statement, i);
-                values.append(text ? QString::fromUtf8(reinterpret_cast<const char*>(text))
-                                   : u"∅"_s);
-            }
+            for (int i = 0; i < sqlite3_column_count(statement); ++i)
+                values.append(sqlite3_column_type(statement, i) == SQLITE_NULL
+                                  ? u"∅"_s
+                                  : QString::fromUtf8(reinterpret_cast<const char*>(
+                                        sqlite3_column_text(statement, i))));
             lines.append(values.join(u'|'));
         }
         sqlite3_finalize(statement);
@@ -52,9 +52,8 @@ protected:
         const auto result = EcdictConverter::convert(source(), output());
         if (const auto* failure = std::get_if<EcdictConverter::Failure>(&result))
             ADD_FAILURE() << qPrintable(failure->message);
-        return std::holds_alternative<EcdictConverter::Summary>(result)
-                   ? std::get<EcdictConverter::Summary>(result)
-                   : EcdictConverter::Summary{};
+        const auto* summary = std::get_if<EcdictConverter::Summary>(&result);
+        return summary ? *summary : EcdictConverter::Summary{};
     }
 
     QTemporaryDir m_dir;
@@ -75,14 +74,10 @@ TEST_F(EcdictConverterTest, KeepsReachableHeadwordsOncePerLowerCaseKey) {
         ('', NULL, '空', NULL, 0, 0), ('absconce', NULL, ' ', NULL, 0, 0),
         ('nulled', NULL, NULL, NULL, 0, 0);)sql");
     const EcdictConverter::Summary summary = convert();
-    EXPECT_EQ(dump("SELECT * FROM words"), u"abc|∅|先|∅\n"
-                                           "o'clock|∅|点钟|∅\n"
-                                           "polish|∅|frq 高|∅\n"
-                                           "qa|∅|有排名|∅\n"
-                                           "water|'wɔ:tә|n. 水|n:100\n"
-                                           "well-known|∅|著名的|∅\n"
-                                           "xy|∅|bnc 高|∅\n"
-                                           "émigré|∅|流亡者|∅"_s);
+    EXPECT_EQ(
+        dump("SELECT * FROM words"),
+        u"abc|∅|先|∅\no'clock|∅|点钟|∅\npolish|∅|frq 高|∅\nqa|∅|有排名|∅\n"
+        u"water|'wɔ:tә|n. 水|n:100\nwell-known|∅|著名的|∅\nxy|∅|bnc 高|∅\némigré|∅|流亡者|∅"_s);
     EXPECT_EQ(summary.sourceRows, 19);
     EXPECT_EQ(summary.words, 8);
     EXPECT_EQ(summary.fileBytes, QFileInfo(output()).size());

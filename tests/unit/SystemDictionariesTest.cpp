@@ -5,6 +5,7 @@
 #include "settings/EventLog.h"
 
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <gtest/gtest.h>
 
@@ -34,91 +35,84 @@ protected:
 
 } // namespace
 
-TEST(SystemDictionariesTest, TabNames) {
+// Names of our own where the tables have one (the two tables differ on purpose: OTE has a
+// tab name only), else the dictionary's name, made to fit a tab, or its identifier made
+// readable.
+TEST(SystemDictionariesTest, TabAndDisplayNames) {
     const struct {
         QString identifier;
         QString fullName;
         QString expected;
-    } cases[] = {
+    } tabs[] = {
         {u"com.apple.dictionary.zh_CN-en.OCD"_s, u"Oxford Chinese Dictionary"_s, u"牛津中英"_s},
-        // The two tables differ on purpose: OTE has a tab name only, zh_HK.common unrelated ones.
         {u"com.apple.dictionary.OTE"_s, u"Oxford Thesaurus of English"_s, u"同义词"_s},
-        {u"com.apple.dictionary.zh_HK.common"_s, u"x"_s, u"商务新词典"_s},
-        {u"com.apple.dictionary.yue-en.cp"_s, u"x"_s, u"粤英"_s},
         {u"dictd:gcide"_s, u"The Collaborative International Dictionary of English"_s, u"GCIDE"_s},
-        {u"dictd:wn"_s, u"WordNet (r) 3.0 (2006)"_s, u"WordNet"_s},
         // Any other: the full name, cut after 7 characters when it has 9 or more.
-        {u"com.example.thesaurus"_s, u"Oxford Thesaurus of English"_s, u"Oxford …"_s},
-        {u"stardict:x"_s, u"短名字"_s, u"短名字"_s},
         {u"stardict:x"_s, u"12345678"_s, u"12345678"_s},
-        {u"stardict:x"_s, u"123456789"_s, u"1234567…"_s},
         {u"stardict:x"_s, u"朗道英汉字典5.0"_s, u"朗道英汉字典5…"_s},
         {u"stardict:x"_s, u" \tWordNet\t "_s, u"WordNet"_s},
         {u"stardict:x"_s, u"e\u0301e\u0301e\u0301e\u0301e\u0301e\u0301e\u0301e\u0301"_s,
          u"e\u0301e\u0301e\u0301e\u0301e\u0301e\u0301e\u0301e\u0301"_s}, // 8 characters
     };
-    for (const auto& c : cases)
+    for (const auto& c : tabs)
         EXPECT_EQ(SystemDictionaries::tabName(c.identifier, c.fullName), c.expected)
             << c.identifier.toStdString() << " / " << c.fullName.toStdString();
-}
 
-TEST(SystemDictionariesTest, DisplayNames) {
     const QList<SystemDictionaryBridge::Handle> active{
         {u"stardict:my-dict"_s, u"我的词典"_s, {}},
         {u"com.apple.dictionary.OTE"_s, u"Oxford Thesaurus of English"_s, {}},
         {u"dictd:gcide"_s, u"The Collaborative International Dictionary of English"_s, {}},
     };
-    const struct {
-        QString identifier;
-        QString expected;
-    } cases[] = {
+    const std::pair<QString, QString> displays[] = {
         {u"bundled"_s, u"简明英汉"_s},
-        {u"com.apple.dictionary.zh_TW.TW"_s, u"教育部重编国语辞典"_s},
-        {u"com.apple.dictionary.zh_HK.common"_s, u"粤语/汉语词典"_s},
         {u"dictd:gcide"_s, u"GCIDE 英语词典"_s},
-        {u"dictd:wn"_s, u"WordNet 英语词典"_s},
-        // Active without a name of our own: the dictionary's name.
         {u"com.apple.dictionary.OTE"_s, u"Oxford Thesaurus of English"_s},
         {u"stardict:my-dict"_s, u"我的词典"_s},
-        // Neither: the identifier made readable.
         {u"com.apple.dictionary.foo.wikipediadictionary"_s, u"foo维基百科"_s},
         {u"com.apple.dictionary.Wikipedia"_s, u"Wikipedia"_s},
         {u"stardict:gone-dict"_s, u"gone-dict"_s},
         {u"dictd:devil"_s, u"devil"_s},
     };
-    for (const auto& c : cases)
-        EXPECT_EQ(SystemDictionaries::displayName(c.identifier, active), c.expected)
-            << c.identifier.toStdString();
+    for (const auto& [identifier, expected] : displays)
+        EXPECT_EQ(SystemDictionaries::displayName(identifier, active), expected)
+            << identifier.toStdString();
 }
 
+// Through the system's reader, which lists the user's folder again on every probe.
 TEST_F(SystemDictionariesGlossTest, ChineseGlossVerdictReadsTheProbeWord) {
     install(u"ec"_s, {{u"water"_s, u"*[ˈwɔ:tə]\nn. 水；水域"_s}});
     install(u"labels-only"_s, {{u"water"_s, u"〈美〉〈英〉 see aqua"_s}});
     install(u"zh-en"_s, {{u"water"_s, u"水\nshuǐ\n〈名〉水，water"_s}});
     install(u"no-water"_s, {{u"fire"_s, u"n. 火"_s}});
-    install(u"english"_s, {{u"water"_s, u"n. a clear liquid"_s}});
     install(u"raw-chinese"_s, {{u"water"_s, u"*[ˈwɔ:tə]"_s}, {u"wine"_s, u"n. 酒"_s}});
+    install(u"gloss-broken"_s, {{u"water"_s, u"n. 水"_s}});
+    ASSERT_TRUE(QFile::remove(userStarDictFolder() + u"/gloss-broken/gloss-broken.idx"_s));
 
     EXPECT_TRUE(SystemDictionaries::activeIdentifiers().contains(u"stardict:ec"_s));
-    const struct {
-        QString identifier;
-        bool expected;
-    } cases[] = {
+    const std::pair<QString, bool> cases[] = {
         {u"stardict:ec"_s, true},
         {u"stardict:labels-only"_s, false}, // Chinese only inside 〈…〉
         {u"stardict:zh-en"_s, false},       // the entry has a Chinese headword
         {u"stardict:no-water"_s, false},
-        {u"stardict:english"_s, false},
         {u"stardict:raw-chinese"_s, false}, // a bare transcription glosses nothing
-        {u"stardict:not-installed"_s, false},
+        {u"stardict:gloss-broken"_s, false},
         // Known without asking, whether installed or not.
         {u"com.apple.dictionary.zh_CN-en.OCD"_s, true},
-        {u"com.apple.dictionary.zh_TW-en.DrEye"_s, true},
         {u"com.apple.dictionary.AppleDictionary"_s, false},
     };
-    for (const auto& c : cases)
-        EXPECT_EQ(SystemDictionaries::givesChineseGloss(c.identifier), c.expected)
-            << c.identifier.toStdString();
+    for (const auto& [identifier, expected] : cases)
+        EXPECT_EQ(SystemDictionaries::givesChineseGloss(identifier), expected)
+            << identifier.toStdString();
+
+    // The damaged dictionary, listed on every probe, is logged once.
+    const auto& log = EventLog::shared().entries();
+    EXPECT_EQ(std::count_if(log.begin(), log.end(),
+                            [](const EventLog::Entry& entry) {
+                                return entry.kind == EventLog::Kind::error &&
+                                       entry.text == u"系统词典无法读取，已跳过：gloss-broken"
+                                                     u"（缺少索引文件（.idx））"_s;
+                            }),
+              1);
 }
 
 TEST(SystemDictionariesTest, OpeningTheSettingsMakesTheFolderAndLogsWhenNothingOpensIt) {

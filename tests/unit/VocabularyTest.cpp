@@ -3,7 +3,6 @@
 #include "harness/QtPrinters.h"
 #include "settings/DefaultsStore.h"
 
-#include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
@@ -41,13 +40,9 @@ protected:
             result.append(entry.text);
         return result;
     }
-    void recordWords(int count, const QString& prefix) {
-        for (int i = 0; i < count; ++i) {
-            QString word = prefix;
-            for (int n = i; n > 0 || word == prefix; n /= 26)
-                word += QChar(u'a' + n % 26);
-            vocabulary->record(word);
-        }
+    void recordWords(QChar prefix, int count) {
+        for (int i = 0; i < count; ++i)
+            vocabulary->record(QString(prefix) + QChar(u'a' + i / 26) + QChar(u'a' + i % 26));
     }
 
     QTemporaryDir m_dir;
@@ -60,7 +55,7 @@ protected:
 
 } // namespace
 
-TEST_F(VocabularyTest, RecordsOnlyPlainEnglishWords) {
+TEST_F(VocabularyTest, RecordsPlainEnglishWordsOnlyWhileRecordingIsOn) {
     for (const QString& text : {u"naïve"_s, u"don't stop"_s, u"42"_s, u"日本"_s, u"  "_s})
         vocabulary->record(text);
     for (const QString& text : {u"well-being"_s, u"o'clock"_s, u" Hello\n"_s, u"cat"_s, u"HELLO"_s})
@@ -68,73 +63,60 @@ TEST_F(VocabularyTest, RecordsOnlyPlainEnglishWords) {
     EXPECT_EQ(texts(), (QStringList{u"hello"_s, u"cat"_s, u"o'clock"_s, u"well-being"_s}));
     EXPECT_EQ(vocabulary->entries().first().count, 2);
 
+    vocabulary->toggleStar(u"Keep This."_s, Kind::sentence);
+    vocabulary->purgeIfDisabled(); // recording is on: nothing happens
+    EXPECT_EQ(texts().size(), 5);
     recording = false;
     vocabulary->record(u"dog"_s);
-    EXPECT_EQ(texts().size(), 4);
+    vocabulary->purgeIfDisabled();
+    EXPECT_EQ(texts(), QStringList{u"Keep This."_s});
 }
 
-TEST_F(VocabularyTest, EvictionRemovesOnlyTheOldestHistory) {
-    // The starred entry sits at the very end, where the walk starts.
-    vocabulary->toggleStar(u"kept"_s, Kind::word);
+TEST_F(VocabularyTest, EvictionAndClearingRemoveOnlyHistory) {
+    vocabulary->toggleStar(u"kept"_s, Kind::word); // at the very end, where eviction starts
     vocabulary->record(u"old"_s);
-    recordWords(448, u"w"_s);
+    recordWords(u'w', 448);
     EXPECT_FALSE(vocabulary->isNearlyFull());
-    recordWords(51, u"x"_s);
+    recordWords(u'x', 51);
     EXPECT_TRUE(vocabulary->isNearlyFull());
     EXPECT_TRUE(logs.isEmpty());
 
     vocabulary->record(u"newest"_s);
     EXPECT_EQ(vocabulary->entries().size(), 501);
     EXPECT_FALSE(vocabulary->entry(u"old"_s, Kind::word));
-    EXPECT_TRUE(vocabulary->entry(u"kept"_s, Kind::word));
     EXPECT_EQ(logs, QStringList{u"查询记录已满，移除最旧的 1 条（收藏不受影响）"_s});
-}
 
-TEST_F(VocabularyTest, ClearingAndPurgingKeepStars) {
-    recordWords(3, u"w"_s);
-    vocabulary->toggleStar(u"Keep This."_s, Kind::sentence);
-    vocabulary->purgeIfDisabled(); // recording is on: nothing happens
-    EXPECT_EQ(texts().size(), 4);
     vocabulary->clearRecords();
-    EXPECT_EQ(texts(), QStringList{u"Keep This."_s});
-
-    recordWords(2, u"w"_s);
-    recording = false;
-    vocabulary->purgeIfDisabled();
-    EXPECT_EQ(texts(), QStringList{u"Keep This."_s});
-    EXPECT_EQ(logs, (QStringList{u"查询记录已清空（收藏保留）"_s,
-                                 u"已关闭自动记录并清除查询记录（收藏保留）"_s}));
+    EXPECT_EQ(texts(), QStringList{u"kept"_s});
 }
 
 TEST_F(VocabularyTest, ToggleStar) {
     EXPECT_FALSE(vocabulary->toggleStar(u" \n"_s, Kind::word));
     EXPECT_TRUE(vocabulary->entries().isEmpty());
 
-    // Never looked up: starred at the top with count 0, gone again when unstarred.
+    // Never looked up: starred at the top, gone again when unstarred.
     vocabulary->record(u"cat"_s);
     EXPECT_TRUE(vocabulary->toggleStar(u"Dog"_s, Kind::word));
     EXPECT_EQ(texts(), (QStringList{u"dog"_s, u"cat"_s}));
-    EXPECT_EQ(vocabulary->entries().first().count, 0);
     EXPECT_FALSE(vocabulary->toggleStar(u"dog"_s, Kind::word));
     EXPECT_EQ(texts(), QStringList{u"cat"_s});
 
-    // Looked up: keeps its count and place, takes the missing translation, stays when unstarred.
-    now = now.addSecs(60);
+    // Looked up: keeps its count, takes the first translation, stays when unstarred.
     EXPECT_TRUE(vocabulary->toggleStar(u"CAT"_s, Kind::word, u"猫"_s));
     EXPECT_FALSE(vocabulary->toggleStar(u"cat"_s, Kind::word, u"另一个"_s));
-    const auto cat = vocabulary->entry(u"cat"_s, Kind::word);
-    ASSERT_TRUE(cat);
-    EXPECT_EQ(cat->count, 1);
-    EXPECT_EQ(cat->translation, u"猫"_s);
-    EXPECT_EQ(cat->lastDate, now);
-    EXPECT_FALSE(cat->starred);
+    EXPECT_EQ(vocabulary->entries(), (QList<Vocabulary::Entry>{{.text = u"cat"_s,
+                                                                .translation = u"猫"_s,
+                                                                .firstDate = now,
+                                                                .lastDate = now,
+                                                                .count = 1}}));
 }
 
-TEST_F(VocabularyTest, ExportLines) {
+TEST_F(VocabularyTest, ExportsAndKeepsEveryFieldAcrossARestart) {
     now = QDateTime(QDate(2024, 3, 5), QTime(12, 0));
     vocabulary->record(u"Apple"_s);
-    vocabulary->toggleStar(u"It's Fine."_s, Kind::sentence, u"没事。"_s,
-                           Vocabulary::Source{u"Show"_s, u"S1E2"_s, 3723.9, {}, {}});
+    vocabulary->toggleStar(
+        u"It's Fine."_s, Kind::sentence, u"没事。"_s,
+        Vocabulary::Source{u"Show"_s, u"S1E2"_s, 3723.9, u"https://x.test"_s, u"app"_s});
     using F = Vocabulary::ExportFormat;
     using S = Vocabulary::ExportScope;
     EXPECT_EQ(vocabulary->exportText(F::anki, S::all),
@@ -144,38 +126,26 @@ TEST_F(VocabularyTest, ExportLines) {
               u"It's Fine.\t没事。\t2024-03-05\t查过 0 次\tShow · S1E2 · 1:02:03\n"
               "apple\tn. 一；v. 二\t2024-03-05\t查过 1 次\n"_s);
     EXPECT_EQ(vocabulary->exportText(F::anki, S::starred).count(u'\n'), 1);
+
+    const QList<Vocabulary::Entry> before = vocabulary->entries();
+    reopen();
+    EXPECT_EQ(vocabulary->entries(), before);
+    EXPECT_TRUE(logs.isEmpty());
 }
 
 TEST(VocabularyTextTest, CaptionsAndDayTitles) {
-    using Source = Vocabulary::Source;
-    EXPECT_EQ((Source{u"T"_s, u""_s, 62.7, {}, {}}.caption()), u"T · 1:02"_s);
-    EXPECT_EQ((Source{u""_s, u"E"_s, 3600, {}, {}}.caption()), u"E · 1:00:00"_s);
-    EXPECT_EQ((Source{u"T"_s, {}, {}, {}, {}}.caption()), u"T"_s);
+    EXPECT_EQ((Vocabulary::Source{u"T"_s, u""_s, 62.7, {}, {}}.caption()), u"T · 1:02"_s);
+    EXPECT_EQ((Vocabulary::Source{u""_s, u"E"_s, 3600, {}, {}}.caption()), u"E · 1:00:00"_s);
 
     const QDateTime now(QDate(2024, 3, 5), QTime(0, 30));
-    struct Case {
-        QDateTime date;
-        QString title;
-    } const cases[] = {
+    const std::pair<QDateTime, QString> cases[] = {
         {QDateTime(QDate(2024, 3, 5), QTime(23, 59)), u"今天"_s},
         {QDateTime(QDate(2024, 3, 4), QTime(0, 0)), u"昨天"_s},
         {QDateTime(QDate(2024, 1, 9), QTime(8, 0)), u"1 月 9 日"_s},
         {QDateTime(QDate(2023, 12, 31), QTime(8, 0)), u"2023 年 12 月 31 日"_s},
     };
-    for (const Case& c : cases)
-        EXPECT_EQ(Vocabulary::dayTitle(c.date, now), c.title) << c.title.toStdString();
-}
-
-TEST_F(VocabularyTest, SurvivesARestartWithDatesAsReferenceSeconds) {
-    vocabulary->record(u"cat"_s);
-    vocabulary->toggleStar(u"A line."_s, Kind::sentence, {},
-                           Vocabulary::Source{u"T"_s, {}, 1.5, u"https://x.test"_s, u"app"_s});
-    const QList<Vocabulary::Entry> before = vocabulary->entries();
-    EXPECT_TRUE(store->dataIfPresent(u"vocabulary2"_s)->contains("\"firstDate\":100"));
-    EXPECT_FALSE(store->dataIfPresent(u"vocabulary2"_s)->contains("translation"));
-    reopen();
-    EXPECT_EQ(vocabulary->entries(), before);
-    EXPECT_TRUE(logs.isEmpty());
+    for (const auto& [date, title] : cases)
+        EXPECT_EQ(Vocabulary::dayTitle(date, now), title);
 }
 
 TEST_F(VocabularyTest, ConvertsOlderListsOnce) {
@@ -190,43 +160,32 @@ TEST_F(VocabularyTest, ConvertsOlderListsOnce) {
     EXPECT_EQ(texts(), (QStringList{u"cat"_s, u"dog"_s, u"emu"_s}));
     EXPECT_EQ(vocabulary->starredCount(), 3);
     EXPECT_EQ(vocabulary->entry(u"cat"_s, Kind::word)->count, 1); // already there: only starred
-    const auto dog = vocabulary->entry(u"dog"_s, Kind::word);
-    EXPECT_EQ(dog->count, 4);
-    EXPECT_EQ(dog->lastDate, kReference.addSecs(20));
-    const auto emu = vocabulary->entry(u"emu"_s, Kind::word);
-    EXPECT_EQ(emu->count, 1);
-    EXPECT_EQ(emu->firstDate, kReference.addSecs(50));
+    EXPECT_EQ(vocabulary->entry(u"dog"_s, Kind::word)->count, 4);
+    EXPECT_EQ(vocabulary->entry(u"dog"_s, Kind::word)->lastDate, kReference.addSecs(20));
     EXPECT_EQ(logs, (QStringList{u"已把 2 个生词转为收藏"_s, u"已把 2 条历史记录转为收藏"_s}));
-    EXPECT_FALSE(store->contains(u"vocabulary"_s));
-    EXPECT_FALSE(store->contains(u"queryHistory"_s));
-
-    logs.clear();
-    reopen();
-    EXPECT_EQ(texts().size(), 3);
-    EXPECT_TRUE(logs.isEmpty());
+    EXPECT_FALSE(store->contains(u"vocabulary"_s) || store->contains(u"queryHistory"_s));
 }
 
 TEST_F(VocabularyTest, KeepsWhatCanBeReadFromADamagedList) {
     const QByteArray good =
         R"({"kind":"word","text":"a{b}\"","count":1,"starred":true},)"
         R"({"kind":"sentence","text":"Hi.","count":0,"starred":true,"source":{"title":"}"}})";
-    struct Case {
+    const struct {
         const char* name;
         QByteArray data;
         QString logStart;
         qsizetype read;
-    } const cases[] = {
+    } cases[] = {
         {"truncated", "[" + good + R"(,{"kind":"word","te)", u"3 条里只读出 2"_s, 2},
         {"bad element", "[" + good + R"(,{"kind":"noun","text":"x"}])", u"3 条里只读出 2"_s, 2},
         {"garbled", QByteArray("\x00\xff[garbage", 10), u"存档整份读不出来"_s, 0},
     };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         logs.clear();
         store->remove(u"vocabulary2.unreadable"_s);
         store->setValue(u"vocabulary2"_s, c.data);
         reopen();
-        EXPECT_EQ(vocabulary->entries().size(), c.read);
         EXPECT_EQ(vocabulary->starredCount(), c.read);
         EXPECT_EQ(store->dataIfPresent(u"vocabulary2.unreadable"_s), c.data);
         ASSERT_EQ(logs.size(), 1);
@@ -236,9 +195,8 @@ TEST_F(VocabularyTest, KeepsWhatCanBeReadFromADamagedList) {
         EXPECT_EQ(copy.readAll(), c.data);
 
         // The readable entries were saved: the next start finds nothing wrong.
-        logs.clear();
         reopen();
         EXPECT_EQ(vocabulary->entries().size(), c.read);
-        EXPECT_TRUE(logs.isEmpty());
+        EXPECT_EQ(logs.size(), 1);
     }
 }
