@@ -2,16 +2,8 @@
 
 #include "core/TextFilter.h"
 #include "core/UnicodeText.h"
-#include "dictionary/QtSpeaker.h"
 
 using namespace Qt::StringLiterals;
-
-Pronouncer& Pronouncer::shared() {
-    // Never destroyed: speech plugins must not be unloaded after the application object.
-    static Pronouncer* const pronouncer =
-        new Pronouncer(std::make_unique<QtSpeaker>(QStringList{u"speechd"_s, u"flite"_s}));
-    return *pronouncer;
-}
 
 Pronouncer::Pronouncer(std::unique_ptr<Speaker> speaker) : m_speaker(std::move(speaker)) {}
 

@@ -2,7 +2,6 @@
 
 #include "core/UnicodeText.h"
 #include "dictionary/DictionaryLookup.h"
-#include "platform/DictionarySettingsOpener.h"
 #include "settings/EventLog.h"
 
 #include <QHash>
@@ -164,11 +163,6 @@ QString displayName(const QString& identifier) {
     if (const auto known = displayNames().constFind(identifier); known != displayNames().constEnd())
         return *known;
     return displayName(identifier, SystemDictionaryBridge::activeDictionaries());
-}
-
-void openDictionarySettings() {
-    if (!DictionarySettingsOpener::open())
-        EventLog::shared().append(EventLog::Kind::error, u"找不到「词典」App"_s);
 }
 
 } // namespace SystemDictionaries

@@ -14,5 +14,8 @@ std::optional<QString> logDirectory();
 std::optional<QString> configDirectory();
 // Where the program keeps its own data files. Other programs' folders are its siblings.
 std::optional<QString> dataDirectory();
+// Another of Quillet's programs, installed beside the running one; nothing when the running
+// program cannot tell where it is.
+std::optional<QString> siblingExecutable(const QString& name);
 
 } // namespace PlatformPaths

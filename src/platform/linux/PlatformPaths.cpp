@@ -1,5 +1,7 @@
 #include "platform/PlatformPaths.h"
 
+#include <QFileInfo>
+
 using namespace Qt::StringLiterals;
 
 namespace PlatformPaths {
@@ -35,6 +37,13 @@ std::optional<QString> configDirectory() {
 
 std::optional<QString> dataDirectory() {
     return ours("XDG_DATA_HOME", u".local/share"_s);
+}
+
+std::optional<QString> siblingExecutable(const QString& name) {
+    const QString running = QFileInfo(u"/proc/self/exe"_s).canonicalFilePath();
+    if (running.isEmpty())
+        return std::nullopt;
+    return QFileInfo(running).path() + u'/' + name;
 }
 
 } // namespace PlatformPaths

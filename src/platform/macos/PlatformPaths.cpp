@@ -1,5 +1,10 @@
 #include "platform/PlatformPaths.h"
 
+#include <QFileInfo>
+#include <cstdint>
+#include <mach-o/dyld.h>
+#include <vector>
+
 using namespace Qt::StringLiterals;
 
 namespace PlatformPaths {
@@ -25,6 +30,18 @@ std::optional<QString> configDirectory() {
 
 std::optional<QString> dataDirectory() {
     return inHome(u"Library/Application Support/Quillet"_s);
+}
+
+std::optional<QString> siblingExecutable(const QString& name) {
+    uint32_t size = 0;
+    _NSGetExecutablePath(nullptr, &size);
+    std::vector<char> path(size + 1, '\0');
+    if (_NSGetExecutablePath(path.data(), &size) != 0)
+        return std::nullopt;
+    const QString running = QFileInfo(QString::fromUtf8(path.data())).canonicalFilePath();
+    if (running.isEmpty())
+        return std::nullopt;
+    return QFileInfo(running).path() + u'/' + name;
 }
 
 } // namespace PlatformPaths
