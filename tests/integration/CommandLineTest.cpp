@@ -160,6 +160,33 @@ TEST_F(CommandLineTest, UsageErrorsExit64) {
         << "text after -- is not an option";
 }
 
+// Without a command `quillet` becomes the agent beside it; a stand-in agent shows the handover.
+TEST(AgentHandoverTest, NoCommandExecsTheAgentBesideOrSaysWhyNot) {
+    QTemporaryDir folder;
+    const QString command = folder.filePath(u"quillet"_s);
+    ASSERT_TRUE(QFile::copy(QuilletProcess::executable(), command));
+    QProcess process;
+    process.start(command, {});
+    ASSERT_TRUE(process.waitForFinished(10'000));
+    EXPECT_EQ(process.exitCode(), 71);
+    EXPECT_TRUE(
+        QString::fromUtf8(process.readAllStandardError()).startsWith(u"Quillet 无法启动"_s));
+
+    QFile agent(folder.filePath(u"quillet-agent"_s));
+    ASSERT_TRUE(agent.open(QIODevice::WriteOnly));
+    agent.write("#!/bin/sh\necho \"agent $$ $#\"\nexit 7\n");
+    agent.close();
+    agent.setPermissions(agent.permissions() | QFileDevice::ExeOwner);
+    process.start(command, {});
+    ASSERT_TRUE(process.waitForStarted(10'000));
+    const qint64 pid = process.processId();
+    ASSERT_TRUE(process.waitForFinished(10'000));
+    EXPECT_EQ(process.exitCode(), 7);
+    // Same process, no arguments added.
+    EXPECT_EQ(QString::fromUtf8(process.readAllStandardOutput()).trimmed(),
+              u"agent %1 0"_s.arg(pid));
+}
+
 TEST_F(LookupCommandTest, LogShowsTheNewestRedactedLines) {
     EXPECT_TRUE(quillet({u"log"_s}).out.startsWith(u"还没有日志"_s));
     quillet({u"lookup"_s, u"water"_s});
