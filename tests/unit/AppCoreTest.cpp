@@ -75,7 +75,8 @@ protected:
     }
 
     void settle() {
-        QTest::qWaitFor([this] { return !core.isLookupInFlight(); });
+        EXPECT_TRUE(QTest::qWaitFor([this] { return !core.isLookupInFlight(); }))
+            << "a lookup never settled";
     }
     QString calls() const { return presenter.calls.join(u'\n'); }
 
@@ -240,8 +241,8 @@ TEST_F(AppCoreTest, MissingModelIsAskedForOnceAndDownloadedOnRequest) {
               u"failure:整句翻译需要本地翻译模型，可在「设置 › 词典与翻译」下载。"_s);
 
     presenter.actions.downloadLanguagePack(sentence);
-    QTest::qWaitFor([this] { return presenter.shown.size() == 2; });
-    ASSERT_EQ(presenter.shown.size(), 2) << calls().toStdString();
+    ASSERT_TRUE(QTest::qWaitFor([this] { return presenter.shown.size() == 2; }))
+        << calls().toStdString();
     EXPECT_TRUE(presenter.shown[1].isTranslation());
     EXPECT_EQ(translator.assetStatus(), TranslationAssetStatus::installed);
 }
