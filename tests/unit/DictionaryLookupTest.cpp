@@ -38,15 +38,18 @@ QString render(const QList<DictionaryEntry>& entries) {
     return lines.join(u'\n');
 }
 
+// A definition text, the headword to use when it names none, and the entries read from it.
+struct LayoutCase {
+    const char* layout;
+    QString text;
+    QString fallback;
+    QString expected;
+};
+
 } // namespace
 
 TEST(DictionaryLookupTest, EnglishChineseLayouts) {
-    const struct {
-        const char* layout;
-        QString text;
-        QString fallback;
-        QString expected;
-    } cases[] = {
+    const LayoutCase cases[] = {
         {"transcription with a star, one line per part of speech",
          u"*[ˈwɔ:tə]\nn. 水；水域\nvt. 给…浇水, 灌溉"_s, u"water"_s,
          u"water /ˈwɔːtə/ | 名词: 水; 水域 | 及物动词: 给…浇水; 灌溉"_s},
@@ -98,12 +101,7 @@ TEST(DictionaryLookupTest, EnglishLayoutsAsDictdServesThem) {
     const QString wnParsed = u"water | 名词: binary compound that occurs at room temperature as "
                              u"a clear liquid; the part of the earth's surface covered with "
                              u"water | 动词: supply with water"_s;
-    const struct {
-        const char* layout;
-        QString text;
-        QString fallback;
-        QString expected;
-    } cases[] = {
+    const LayoutCase cases[] = {
         {"gcide: etymology, quotations, notes and phrases left out; homographs numbered",
          u"Water \\Wa\"ter\\ (w[add]\"t[~e]r), n. [AS. w[ae]ter; akin to OS.\n"
          "   watar. Cf. {Hydra}.]\n"
