@@ -103,6 +103,16 @@ QString trimmed(QStringView text) {
     return text.sliced(begin, end - begin).toString();
 }
 
+QStringView trimmedOfBlanks(QStringView text) {
+    qsizetype begin = 0;
+    qsizetype end = text.size();
+    while (begin < end && (text[begin] == u' ' || text[begin] == u'\t'))
+        ++begin;
+    while (end > begin && (text[end - 1] == u' ' || text[end - 1] == u'\t'))
+        --end;
+    return text.sliced(begin, end - begin);
+}
+
 bool containsWhiteSpace(QStringView text) {
     for (QChar c : text) {
         if (isWhiteSpace(c.unicode()))

@@ -15,6 +15,8 @@ bool isLineBreak(char32_t codePoint);
 bool isHan(char32_t codePoint);
 
 QString trimmed(QStringView text);
+// Only spaces and tabs, a data file's own padding; other white space is part of the text.
+QStringView trimmedOfBlanks(QStringView text);
 bool containsWhiteSpace(QStringView text);
 bool containsLineBreak(QStringView text);
 bool containsHan(QStringView text);

@@ -27,17 +27,6 @@ QList<QStringView> lines(QStringView text) {
     return found;
 }
 
-// Only spaces and tabs: the data's own padding. Other white space is part of the text.
-QStringView trimmedOfBlanks(QStringView text) {
-    qsizetype begin = 0;
-    qsizetype end = text.size();
-    while (begin < end && (text[begin] == u' ' || text[begin] == u'\t'))
-        ++begin;
-    while (end > begin && (text[end - 1] == u' ' || text[end - 1] == u'\t'))
-        --end;
-    return text.sliced(begin, end - begin);
-}
-
 QString trimmedOf(QStringView text, QStringView extra) {
     auto strip = [extra](QChar c) {
         return extra.contains(c) || UnicodeText::isWhiteSpace(c.unicode());
@@ -122,7 +111,7 @@ QStringList splitSenses(QStringView text) {
     for (qsizetype i = 0; i <= text.size(); ++i) {
         if (i < text.size() && !QStringView(u",，;；").contains(text[i]))
             continue;
-        const QStringView piece = trimmedOfBlanks(text.sliced(start, i - start));
+        const QStringView piece = UnicodeText::trimmedOfBlanks(text.sliced(start, i - start));
         if (!piece.isEmpty())
             senses.append(piece.toString());
         start = i + 1;
@@ -152,7 +141,7 @@ DictionaryEntry entry(const Row& row, const std::optional<QString>& viaForm) {
     made.phonetic = normalizePhonetic(row.phonetic);
 
     for (const QStringView rawLine : lines(row.translation)) {
-        const QStringView line = trimmedOfBlanks(rawLine);
+        const QStringView line = UnicodeText::trimmedOfBlanks(rawLine);
         if (line.isEmpty())
             continue;
         const PartOfSpeechSplit split = splitPartOfSpeech(line);

@@ -92,16 +92,6 @@ std::optional<SystemDictionaryBridge::Handle> activeHandle(const QString& identi
     return std::nullopt;
 }
 
-QString trimmedOfSpacesAndTabs(const QString& text) {
-    qsizetype begin = 0;
-    qsizetype end = text.size();
-    while (begin < end && (text[begin] == u' ' || text[begin] == u'\t'))
-        ++begin;
-    while (end > begin && (text[end - 1] == u' ' || text[end - 1] == u'\t'))
-        --end;
-    return text.sliced(begin, end - begin);
-}
-
 } // namespace
 
 QStringList activeIdentifiers() {
@@ -133,7 +123,7 @@ bool givesChineseGloss(const QString& identifier) {
 QString tabName(const QString& identifier, const QString& fullName) {
     if (const auto known = tabNames().constFind(identifier); known != tabNames().constEnd())
         return *known;
-    const QString name = trimmedOfSpacesAndTabs(fullName);
+    const QString name = UnicodeText::trimmedOfBlanks(fullName).toString();
     if (UnicodeText::characterCount(name) <= kTabNameLimit)
         return name;
     return UnicodeText::leadingCharacters(name, kTabNameKept).toString() + u"…"_s;

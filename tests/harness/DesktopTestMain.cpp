@@ -1,7 +1,8 @@
+#include "harness/TemporaryHome.h"
+
 #include <QApplication>
 #include <QDir>
 #include <QFile>
-#include <QTemporaryDir>
 #include <cstdio>
 #include <gtest/gtest.h>
 
@@ -17,13 +18,9 @@ int main(int argc, char** argv) {
                    stderr);
         return 1;
     }
-    QTemporaryDir home;
-    if (!home.isValid())
+    const QTemporaryDir home;
+    if (!useTemporaryHome(home))
         return 1;
-    qputenv("HOME", home.path().toUtf8());
-    for (const char* variable :
-         {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_STATE_HOME", "XDG_CACHE_HOME"})
-        qunsetenv(variable);
     // Private and owner-only, as the session manager would make it.
     const QString runtime = home.filePath(u"runtime"_s);
     if (!QDir().mkpath(runtime) ||

@@ -21,6 +21,7 @@
 #include "settings/Preferences.h"
 
 #include <QCoreApplication>
+#include <QDateTime>
 #include <QScopeGuard>
 #include <QStringList>
 
@@ -28,11 +29,6 @@ using namespace Qt::StringLiterals;
 
 namespace CommandLine {
 namespace {
-
-struct Invocation {
-    bool json = false;
-    QString text; // the remaining arguments joined by single spaces
-};
 
 const QString kUsage =
     u"用法：quillet lookup [--json] 文本…\n"
@@ -49,30 +45,6 @@ const QString kUsage =
 // The feature name of lookups asked for on the command line, in event-log lines.
 const QString kFeature = u"命令行"_s;
 
-// Options come first; "--" ends them so a text may itself start with "--".
-std::optional<Invocation> parse(const QStringList& arguments) {
-    Invocation invocation;
-    qsizetype i = 0;
-    for (; i < arguments.size() && arguments[i].startsWith(u"--"_s); ++i) {
-        if (arguments[i] == u"--"_s) {
-            ++i;
-            break;
-        }
-        if (arguments[i] != u"--json"_s)
-            return std::nullopt;
-        invocation.json = true;
-    }
-    invocation.text = arguments.sliced(i).join(u' ');
-    return invocation;
-}
-
-std::optional<RejectReason> filterAsSelection(const QString& text) {
-    // A one-shot process has no previous query, so the duplicate rule never fires here.
-    return CaptureFilter::firstRejection(
-        CaptureFilter::Capture{.text = text, .channel = CaptureFilter::Channel::onDemand},
-        CaptureFilter::Settings{}, std::nullopt, QDateTime::currentDateTimeUtc());
-}
-
 template <typename Value> void print(const Value& value, bool json) {
     if (json)
         Output::line(stdout, ResultRendering::json(value));
@@ -80,8 +52,8 @@ template <typename Value> void print(const Value& value, bool json) {
         Output::line(stdout, ResultRendering::plain(value));
 }
 
-int check(const Invocation& invocation) {
-    if (const auto reason = filterAsSelection(invocation.text)) {
+int check(const TextInvocation& invocation) {
+    if (const auto reason = firstRejection(invocation.text)) {
         print(*reason, invocation.json);
         return refused;
     }
@@ -89,10 +61,10 @@ int check(const Invocation& invocation) {
     return success;
 }
 
-int lookup(const Invocation& invocation) {
+int lookup(const TextInvocation& invocation) {
     EventLog& log = EventLog::shared();
     const QString& text = invocation.text;
-    if (const auto reason = filterAsSelection(text)) {
+    if (const auto reason = firstRejection(text)) {
         QString content = kFeature + u"｜"_s + RejectReasons::description(*reason);
         if (!RejectReasons::keepsNoCopy(*reason) && *reason != RejectReason::empty)
             content += u"｜"_s + EventLog::privateSegment(UnicodeText::trimmed(text));
@@ -159,21 +131,47 @@ std::optional<int> run(int argc, char** argv) {
         return NotebookCommand::run(arguments);
     if (command == u"dictionaries"_s)
         return DictionariesCommand::run(arguments);
-    if (command == u"lookup"_s && LookupAllCommand::isRequested(arguments))
-        return LookupAllCommand::run(arguments);
     if (command == u"translate-setup"_s)
         return TranslateSetupCommand::run(arguments);
     if (command != u"lookup"_s && command != u"check"_s)
         return reportUsage();
-    const std::optional<Invocation> invocation = parse(arguments);
-    if (!invocation)
+    const std::optional<TextInvocation> invocation = parseText(arguments);
+    if (!invocation || (invocation->all && command != u"lookup"_s))
         return reportUsage();
+    if (invocation->all)
+        return LookupAllCommand::run(*invocation);
     return command == u"check"_s ? check(*invocation) : lookup(*invocation);
 }
 
 int reportUsage() {
     Output::line(stderr, kUsage);
     return usage;
+}
+
+std::optional<TextInvocation> parseText(const QStringList& arguments) {
+    TextInvocation invocation;
+    qsizetype i = 0;
+    for (; i < arguments.size() && arguments[i].startsWith(u"--"_s); ++i) {
+        if (arguments[i] == u"--"_s) {
+            ++i;
+            break;
+        }
+        if (arguments[i] == u"--json"_s)
+            invocation.json = true;
+        else if (arguments[i] == u"--all"_s)
+            invocation.all = true;
+        else
+            return std::nullopt;
+    }
+    invocation.text = arguments.sliced(i).join(u' ');
+    return invocation;
+}
+
+std::optional<RejectReason> firstRejection(const QString& text) {
+    // A one-shot process has no previous query, so the duplicate rule never fires here.
+    return CaptureFilter::firstRejection(
+        CaptureFilter::Capture{.text = text, .channel = CaptureFilter::Channel::onDemand},
+        CaptureFilter::Settings{}, std::nullopt, QDateTime::currentDateTimeUtc());
 }
 
 } // namespace CommandLine

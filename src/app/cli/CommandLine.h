@@ -1,5 +1,9 @@
 #pragma once
 
+#include "core/RejectReason.h"
+
+#include <QString>
+#include <QStringList>
 #include <optional>
 
 // The commands the `quillet` binary answers without starting the agent.
@@ -17,5 +21,17 @@ enum ExitStatus : int {
 std::optional<int> run(int argc, char** argv);
 // Prints how the commands are called to standard error and returns `usage`.
 int reportUsage();
+
+// What `lookup` and `check` are given after their name.
+struct TextInvocation {
+    bool json = false;
+    bool all = false; // every dictionary's answer (`lookup` only)
+    QString text;     // the remaining arguments joined by single spaces
+};
+// Options come first; "--" ends them so a text may itself start with "--". Nothing when an
+// option is unknown.
+std::optional<TextInvocation> parseText(const QStringList& arguments);
+// The filter's verdict on a text asked for on the command line, as on a selection.
+std::optional<RejectReason> firstRejection(const QString& text);
 
 } // namespace CommandLine

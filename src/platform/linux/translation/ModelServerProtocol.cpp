@@ -43,11 +43,8 @@ QCoro::Task<ServerOutcome<QByteArray>> ModelServerProtocol::exchange(HttpExchang
     // Named locals around co_await: GCC 12 destroys temporaries in the expression twice.
     const HttpExchange::Outcome outcome =
         co_await HttpExchange::send(m_manager, std::move(request), token);
-    if (const auto* failure = std::get_if<HttpExchange::Failure>(&outcome)) {
-        if (*failure == HttpExchange::Failure::cancelled)
-            co_return Cancelled{};
-        co_return failureOf(*failure);
-    }
+    if (auto failed = unanswered<QByteArray>(outcome))
+        co_return std::move(*failed);
     const auto& response = std::get<HttpExchange::Response>(outcome);
     if (succeeded(response))
         co_return response.body;
@@ -55,4 +52,18 @@ QCoro::Task<ServerOutcome<QByteArray>> ModelServerProtocol::exchange(HttpExchang
     if (notFound == NotFound::modelMissing && response.status == 404 && !detail.isEmpty())
         co_return ServerFailure{ServerFailure::Kind::modelMissing, detail};
     co_return ServerFailure{ServerFailure::Kind::badAnswer, detail};
+}
+
+QCoro::Task<ServerOutcome<QJsonArray>> ModelServerProtocol::listing(QUrl url, QString field,
+                                                                    CancellationToken token) {
+    HttpExchange::Request request{
+        .url = std::move(url), .jsonBody = std::nullopt, .limits = m_limits.quick};
+    const ServerOutcome<QByteArray> answer = co_await exchange(std::move(request), token);
+    const auto* answered = std::get_if<QByteArray>(&answer);
+    if (!answered)
+        co_return passOn<QJsonArray>(answer);
+    const QJsonValue array = QJsonDocument::fromJson(*answered).object().value(field);
+    if (!array.isArray())
+        co_return ServerFailure{ServerFailure::Kind::badAnswer, {}};
+    co_return array.toArray();
 }

@@ -4,6 +4,7 @@
 #include "core/Cancellation.h"
 
 #include <QCoroTask>
+#include <QJsonArray>
 #include <QString>
 #include <QStringList>
 #include <functional>
@@ -73,9 +74,22 @@ protected:
     QCoro::Task<ServerOutcome<QByteArray>> exchange(HttpExchange::Request request,
                                                     CancellationToken token,
                                                     NotFound notFound = NotFound::badAnswer);
-    // A failed exchange, passed on as the outcome of another call.
+    // A quick GET whose JSON answer is an object holding an array under `field`.
+    QCoro::Task<ServerOutcome<QJsonArray>> listing(QUrl url, QString field,
+                                                   CancellationToken token);
+    // A transfer that got no answer, as the outcome of the call; nothing when it got one.
     template <typename Value>
-    static ServerOutcome<Value> passOn(const ServerOutcome<QByteArray>& outcome) {
+    static std::optional<ServerOutcome<Value>> unanswered(const HttpExchange::Outcome& outcome) {
+        const auto* failure = std::get_if<HttpExchange::Failure>(&outcome);
+        if (!failure)
+            return std::nullopt;
+        if (*failure == HttpExchange::Failure::cancelled)
+            return Cancelled{};
+        return failureOf(*failure);
+    }
+    // A failed call, passed on as the outcome of another.
+    template <typename Value, typename Other>
+    static ServerOutcome<Value> passOn(const ServerOutcome<Other>& outcome) {
         if (std::holds_alternative<Cancelled>(outcome))
             return Cancelled{};
         return std::get<ServerFailure>(outcome);

@@ -29,17 +29,12 @@ bool OllamaProtocol::sameModel(const QString& listed, const QString& wanted) con
 
 QCoro::Task<ServerOutcome<QStringList>> OllamaProtocol::names(QString path,
                                                               CancellationToken token) {
-    HttpExchange::Request request{
-        .url = url(path), .jsonBody = std::nullopt, .limits = m_limits.quick};
-    const ServerOutcome<QByteArray> answer = co_await exchange(std::move(request), token);
-    const auto* answered = std::get_if<QByteArray>(&answer);
-    if (!answered)
-        co_return passOn<QStringList>(answer);
-    const QJsonValue models = QJsonDocument::fromJson(*answered).object().value(u"models"_s);
-    if (!models.isArray())
-        co_return ServerFailure{Kind::badAnswer, {}};
+    const ServerOutcome<QJsonArray> models = co_await listing(url(path), u"models"_s, token);
+    const auto* listed = std::get_if<QJsonArray>(&models);
+    if (!listed)
+        co_return passOn<QStringList>(models);
     QStringList names;
-    for (const QJsonValue& model : models.toArray()) {
+    for (const QJsonValue& model : *listed) {
         const QJsonObject object = model.toObject();
         const QString name = object.value(u"name"_s).toString(object.value(u"model"_s).toString());
         if (!name.isEmpty())
@@ -118,11 +113,8 @@ OllamaProtocol::pull(QString model, std::function<void(double)> progress, Cancel
                                   }};
     const HttpExchange::Outcome outcome =
         co_await HttpExchange::send(m_manager, std::move(request), token);
-    if (const auto* failure = std::get_if<HttpExchange::Failure>(&outcome)) {
-        if (*failure == HttpExchange::Failure::cancelled)
-            co_return Cancelled{};
-        co_return failureOf(*failure);
-    }
+    if (auto failed = unanswered<ModelPulled>(outcome))
+        co_return std::move(*failed);
     stream.finish();
     if (stream.error())
         co_return ServerFailure{Kind::badAnswer, *stream.error()};

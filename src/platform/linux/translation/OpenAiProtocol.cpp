@@ -25,17 +25,13 @@ bool OpenAiProtocol::sameModel(const QString& listed, const QString& wanted) con
 }
 
 QCoro::Task<ServerOutcome<QStringList>> OpenAiProtocol::listModels(CancellationToken token) {
-    HttpExchange::Request request{
-        .url = apiUrl(u"/models"_s), .jsonBody = std::nullopt, .limits = m_limits.quick};
-    const ServerOutcome<QByteArray> answer = co_await exchange(std::move(request), token);
-    const auto* answered = std::get_if<QByteArray>(&answer);
-    if (!answered)
-        co_return passOn<QStringList>(answer);
-    const QJsonValue data = QJsonDocument::fromJson(*answered).object().value(u"data"_s);
-    if (!data.isArray())
-        co_return ServerFailure{Kind::badAnswer, {}};
+    const ServerOutcome<QJsonArray> models =
+        co_await listing(apiUrl(u"/models"_s), u"data"_s, token);
+    const auto* listed = std::get_if<QJsonArray>(&models);
+    if (!listed)
+        co_return passOn<QStringList>(models);
     QStringList names;
-    for (const QJsonValue& model : data.toArray()) {
+    for (const QJsonValue& model : *listed) {
         const QString id = model.toObject().value(u"id"_s).toString();
         if (!id.isEmpty())
             names.append(id);
