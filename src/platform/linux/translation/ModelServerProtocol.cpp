@@ -67,3 +67,29 @@ QCoro::Task<ServerOutcome<QJsonArray>> ModelServerProtocol::listing(QUrl url, QS
         co_return ServerFailure{ServerFailure::Kind::badAnswer, {}};
     co_return array.toArray();
 }
+
+QJsonArray ModelServerProtocol::messages(const Chat& chat) {
+    return {QJsonObject{{u"role"_s, u"system"_s}, {u"content"_s, chat.instructions}},
+            QJsonObject{{u"role"_s, u"user"_s}, {u"content"_s, chat.text}}};
+}
+
+QByteArray ModelServerProtocol::compact(const QJsonObject& object) {
+    return QJsonDocument(object).toJson(QJsonDocument::Compact);
+}
+
+QCoro::Task<ServerOutcome<QString>>
+ModelServerProtocol::postChat(QUrl url, QJsonObject body,
+                              QJsonValue (*reply)(const QJsonObject& answer),
+                              CancellationToken token) {
+    HttpExchange::Request request{
+        .url = std::move(url), .jsonBody = compact(body), .limits = m_limits.chat};
+    const ServerOutcome<QByteArray> answer =
+        co_await exchange(std::move(request), token, NotFound::modelMissing);
+    const auto* answered = std::get_if<QByteArray>(&answer);
+    if (!answered)
+        co_return passOn<QString>(answer);
+    const QJsonValue content = reply(QJsonDocument::fromJson(*answered).object());
+    if (!content.isString())
+        co_return ServerFailure{ServerFailure::Kind::badAnswer, {}};
+    co_return content.toString();
+}

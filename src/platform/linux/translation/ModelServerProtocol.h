@@ -77,6 +77,14 @@ protected:
     // A quick GET whose JSON answer is an object holding an array under `field`.
     QCoro::Task<ServerOutcome<QJsonArray>> listing(QUrl url, QString field,
                                                    CancellationToken token);
+    // The system and user messages of a chat, as both protocols send them.
+    static QJsonArray messages(const Chat& chat);
+    static QByteArray compact(const QJsonObject& object);
+    // Posts a chat request; the reply is the string `reply` picks out of the JSON answer.
+    // Servers of both kinds answer a model they lack with 404 and their reason.
+    QCoro::Task<ServerOutcome<QString>> postChat(QUrl url, QJsonObject body,
+                                                 QJsonValue (*reply)(const QJsonObject& answer),
+                                                 CancellationToken token);
     // A transfer that got no answer, as the outcome of the call; nothing when it got one.
     template <typename Value>
     static std::optional<ServerOutcome<Value>> unanswered(const HttpExchange::Outcome& outcome) {

@@ -17,10 +17,6 @@ QString withTag(const QString& name) {
     return name.contains(u':') ? name : name + u":latest"_s;
 }
 
-QByteArray compact(const QJsonObject& object) {
-    return QJsonDocument(object).toJson(QJsonDocument::Compact);
-}
-
 } // namespace
 
 bool OllamaProtocol::sameModel(const QString& listed, const QString& wanted) const {
@@ -29,7 +25,11 @@ bool OllamaProtocol::sameModel(const QString& listed, const QString& wanted) con
 
 QCoro::Task<ServerOutcome<QStringList>> OllamaProtocol::names(QString path,
                                                               CancellationToken token) {
-    const ServerOutcome<QJsonArray> models = co_await listing(url(path), u"models"_s, token);
+    // Named locals around co_await: GCC 12 destroys temporaries in the expression twice.
+    QUrl address = url(path);
+    QString field = u"models"_s;
+    const ServerOutcome<QJsonArray> models =
+        co_await listing(std::move(address), std::move(field), token);
     const auto* listed = std::get_if<QJsonArray>(&models);
     if (!listed)
         co_return passOn<QStringList>(models);
@@ -64,28 +64,17 @@ QCoro::Task<ServerOutcome<QString>> OllamaProtocol::chat(Chat chat, Cancellation
         options.insert(u"num_predict"_s, chat.maxTokens);
     const QJsonObject body{
         {u"model"_s, chat.model},
-        {u"messages"_s,
-         QJsonArray{QJsonObject{{u"role"_s, u"system"_s}, {u"content"_s, chat.instructions}},
-                    QJsonObject{{u"role"_s, u"user"_s}, {u"content"_s, chat.text}}}},
+        {u"messages"_s, messages(chat)},
         {u"stream"_s, false},
         {u"options"_s, options},
     };
-    HttpExchange::Request request{
-        .url = url(u"/api/chat"_s), .jsonBody = compact(body), .limits = m_limits.chat};
-    // Ollama answers a chat with a model it lacks with 404 and its reason.
-    const ServerOutcome<QByteArray> answer =
-        co_await exchange(std::move(request), token, NotFound::modelMissing);
-    const auto* answered = std::get_if<QByteArray>(&answer);
-    if (!answered)
-        co_return passOn<QString>(answer);
-    const QJsonValue content = QJsonDocument::fromJson(*answered)
-                                   .object()
-                                   .value(u"message"_s)
-                                   .toObject()
-                                   .value(u"content"_s);
-    if (!content.isString())
-        co_return ServerFailure{Kind::badAnswer, {}};
-    co_return content.toString();
+    const auto reply = [](const QJsonObject& answer) {
+        return answer.value(u"message"_s).toObject().value(u"content"_s);
+    };
+    QUrl address = url(u"/api/chat"_s);
+    const ServerOutcome<QString> replied =
+        co_await postChat(std::move(address), body, reply, token);
+    co_return replied;
 }
 
 QCoro::Task<ServerOutcome<ModelPulled>>

@@ -25,8 +25,10 @@ bool OpenAiProtocol::sameModel(const QString& listed, const QString& wanted) con
 }
 
 QCoro::Task<ServerOutcome<QStringList>> OpenAiProtocol::listModels(CancellationToken token) {
+    QUrl address = apiUrl(u"/models"_s);
+    QString field = u"data"_s;
     const ServerOutcome<QJsonArray> models =
-        co_await listing(apiUrl(u"/models"_s), u"data"_s, token);
+        co_await listing(std::move(address), std::move(field), token);
     const auto* listed = std::get_if<QJsonArray>(&models);
     if (!listed)
         co_return passOn<QStringList>(models);
@@ -46,35 +48,25 @@ QCoro::Task<std::optional<bool>> OpenAiProtocol::isLoaded(QString, CancellationT
 QCoro::Task<ServerOutcome<QString>> OpenAiProtocol::chat(Chat chat, CancellationToken token) {
     QJsonObject body{
         {u"model"_s, chat.model},
-        {u"messages"_s,
-         QJsonArray{QJsonObject{{u"role"_s, u"system"_s}, {u"content"_s, chat.instructions}},
-                    QJsonObject{{u"role"_s, u"user"_s}, {u"content"_s, chat.text}}}},
+        {u"messages"_s, messages(chat)},
         {u"temperature"_s, 0},
         {u"stream"_s, false},
     };
     if (chat.maxTokens > 0)
         body.insert(u"max_tokens"_s, chat.maxTokens);
-    HttpExchange::Request request{.url = apiUrl(u"/chat/completions"_s),
-                                  .jsonBody = QJsonDocument(body).toJson(QJsonDocument::Compact),
-                                  .limits = m_limits.chat};
-    // vLLM and LM Studio answer an unknown model with 404 and their reason.
-    const ServerOutcome<QByteArray> answer =
-        co_await exchange(std::move(request), token, NotFound::modelMissing);
-    const auto* answered = std::get_if<QByteArray>(&answer);
-    if (!answered)
-        co_return passOn<QString>(answer);
-    const QJsonValue content = QJsonDocument::fromJson(*answered)
-                                   .object()
-                                   .value(u"choices"_s)
-                                   .toArray()
-                                   .at(0)
-                                   .toObject()
-                                   .value(u"message"_s)
-                                   .toObject()
-                                   .value(u"content"_s);
-    if (!content.isString())
-        co_return ServerFailure{Kind::badAnswer, {}};
-    co_return content.toString();
+    const auto reply = [](const QJsonObject& answer) {
+        return answer.value(u"choices"_s)
+            .toArray()
+            .at(0)
+            .toObject()
+            .value(u"message"_s)
+            .toObject()
+            .value(u"content"_s);
+    };
+    QUrl address = apiUrl(u"/chat/completions"_s);
+    const ServerOutcome<QString> replied =
+        co_await postChat(std::move(address), body, reply, token);
+    co_return replied;
 }
 
 QCoro::Task<ServerOutcome<ModelPulled>> OpenAiProtocol::pull(QString, std::function<void(double)>,
