@@ -5,13 +5,13 @@
 #include "notebook/InlineGloss.h"
 #include "notebook/VocabularyArchive.h"
 #include "platform/PlatformPaths.h"
+#include "platform/SafeFiles.h"
 #include "settings/DefaultsStore.h"
 #include "settings/EventLog.h"
 #include "settings/Preferences.h"
 
 #include <QDir>
 #include <QFileInfo>
-#include <QSaveFile>
 #include <QSet>
 #include <algorithm>
 
@@ -22,13 +22,6 @@ namespace {
 const QString kStorageKey = u"vocabulary2"_s;
 const QString kWordListKey = u"vocabulary"_s;
 const QString kQueryHistoryKey = u"queryHistory"_s;
-
-bool writeAtomically(const QString& filePath, const QByteArray& bytes) {
-    if (!QDir().mkpath(QFileInfo(filePath).path()))
-        return false;
-    QSaveFile file(filePath);
-    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.commit();
-}
 
 // "vocabulary-unreadable-2024-03-05T09-07-01Z.json": colons are not allowed in every file
 // system; "-2", "-3"… keep a second copy in the same second from replacing the first.
@@ -281,7 +274,7 @@ void Vocabulary::preserveUnreadable(const QByteArray& raw, qsizetype total) {
     QString copy = kStorageKey + u".unreadable"_s;
     if (m_deps.folder) {
         const QString path = unusedCopyPath(*m_deps.folder, m_deps.now());
-        if (writeAtomically(path, raw))
+        if (!SafeFiles::writeAtomically(path, raw))
             copy = QDir::toNativeSeparators(path);
     }
     const qsizetype read = m_entries.size();

@@ -1,6 +1,7 @@
 #include "settings/DefaultsStore.h"
 
 #include "platform/PlatformPaths.h"
+#include "platform/SafeFiles.h"
 #include "settings/DefaultsJson.h"
 #include "settings/EventLog.h"
 
@@ -8,7 +9,6 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QSaveFile>
 
 using namespace Qt::StringLiterals;
 
@@ -27,15 +27,6 @@ QString unusedAsideName(const QString& filePath) {
     for (int n = 2; occupied(candidate); ++n)
         candidate = base + u'-' + QString::number(n);
     return candidate;
-}
-
-bool writeAtomically(const QString& filePath, const QByteArray& bytes) {
-    if (!QDir().mkpath(QFileInfo(filePath).path()))
-        return false;
-    QSaveFile file(filePath);
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size())
-        return false; // QSaveFile drops its temporary file on destruction
-    return file.commit();
 }
 
 bool isNumber(const QVariant& value) {
@@ -98,7 +89,7 @@ void DefaultsStore::save() {
     if (m_filePath.isEmpty())
         return;
     m_lastWriteSucceeded =
-        !m_keepsOffDisk && writeAtomically(m_filePath, DefaultsJson::serialize(m_values));
+        !m_keepsOffDisk && !SafeFiles::writeAtomically(m_filePath, DefaultsJson::serialize(m_values));
 }
 
 void DefaultsStore::registerDefaults(const QVariantMap& defaults) {
