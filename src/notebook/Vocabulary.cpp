@@ -6,6 +6,7 @@
 #include "notebook/VocabularyArchive.h"
 #include "platform/PlatformPaths.h"
 #include "platform/SafeFiles.h"
+#include "settings/DefaultsJson.h"
 #include "settings/DefaultsStore.h"
 #include "settings/EventLog.h"
 #include "settings/Preferences.h"
@@ -108,51 +109,49 @@ std::optional<Vocabulary::Entry> Vocabulary::entry(const QString& text, Kind kin
     return index < 0 ? std::nullopt : std::optional(m_entries[index]);
 }
 
+void Vocabulary::update(const std::function<bool()>& change) {
+    bool changed = false;
+    m_deps.store.transaction([&] {
+        adoptStored();
+        changed = change();
+        if (changed)
+            save();
+    });
+    if (changed)
+        Q_EMIT entriesChanged();
+}
+
 void Vocabulary::record(const QString& text) {
-    if (!m_deps.recordingEnabled())
-        return;
     const QString word = normalize(text, Kind::word);
     if (!isRecordableWord(word))
         return;
-    const QDateTime now = m_deps.now();
-    const qsizetype index = indexOf(word, Kind::word);
-    if (index >= 0) {
-        Entry entry = m_entries.takeAt(index);
-        entry.lastDate = now;
-        ++entry.count;
-        m_entries.prepend(std::move(entry));
-    } else {
-        m_entries.prepend(
-            Entry{.kind = Kind::word, .text = word, .firstDate = now, .lastDate = now, .count = 1});
-    }
-    evictIfNeeded();
-    changed();
+    update([&] {
+        // Asked inside the transaction: a command may have switched recording off just now.
+        if (!m_deps.recordingEnabled())
+            return false;
+        const QDateTime now = m_deps.now();
+        const qsizetype index = indexOf(word, Kind::word);
+        if (index >= 0) {
+            Entry entry = m_entries.takeAt(index);
+            entry.lastDate = now;
+            ++entry.count;
+            m_entries.prepend(std::move(entry));
+        } else {
+            m_entries.prepend(Entry{
+                .kind = Kind::word, .text = word, .firstDate = now, .lastDate = now, .count = 1});
+        }
+        evictIfNeeded();
+        return true;
+    });
 }
 
 // A newly starred item goes to the top like a fresh lookup, with a count of 0 since it was
 // never looked up; unstarring such an item removes it, as nothing else would keep it.
-bool Vocabulary::toggleStar(const QString& text, Kind kind,
-                            const std::optional<QString>& translation,
-                            const std::optional<Source>& source) {
-    const QString normalized = normalize(text, kind);
-    if (normalized.isEmpty())
-        return false;
-    const QDateTime now = m_deps.now();
-    const qsizetype index = indexOf(normalized, kind);
-    if (index < 0) {
-        m_entries.prepend(Entry{.kind = kind,
-                                .text = normalized,
-                                .translation = translation,
-                                .firstDate = now,
-                                .lastDate = now,
-                                .starred = true,
-                                .source = source});
-        changed();
-        return true;
-    }
+bool Vocabulary::toggleAt(qsizetype index, const std::optional<QString>& translation,
+                          const std::optional<Source>& source) {
     Entry& entry = m_entries[index];
     entry.starred = !entry.starred;
-    entry.lastDate = now;
+    entry.lastDate = m_deps.now();
     if (!entry.translation)
         entry.translation = translation;
     if (!entry.source)
@@ -163,21 +162,81 @@ bool Vocabulary::toggleStar(const QString& text, Kind kind,
             m_entries.removeAt(index);
         evictIfNeeded();
     }
-    changed();
     return starred;
 }
 
-void Vocabulary::remove(const Entry& entry) {
-    const qsizetype index = indexOf(entry.text, entry.kind);
-    if (index < 0)
-        return;
-    m_entries.removeAt(index);
-    changed();
+bool Vocabulary::toggleStar(const QString& text, Kind kind,
+                            const std::optional<QString>& translation,
+                            const std::optional<Source>& source) {
+    const QString normalized = normalize(text, kind);
+    if (normalized.isEmpty())
+        return false;
+    bool starred = true;
+    update([&] {
+        if (const qsizetype index = indexOf(normalized, kind); index >= 0) {
+            starred = toggleAt(index, translation, source);
+        } else {
+            const QDateTime now = m_deps.now();
+            m_entries.prepend(Entry{.kind = kind,
+                                    .text = normalized,
+                                    .translation = translation,
+                                    .firstDate = now,
+                                    .lastDate = now,
+                                    .starred = true,
+                                    .source = source});
+        }
+        return true;
+    });
+    return starred;
+}
+
+bool Vocabulary::setStarred(const QString& text, Kind kind, bool starred,
+                            const std::optional<QString>& translation,
+                            const std::optional<Source>& source) {
+    const QString normalized = normalize(text, kind);
+    if (normalized.isEmpty())
+        return false;
+    bool changed = false;
+    update([&] {
+        const qsizetype index = indexOf(normalized, kind);
+        const bool isStarred = index >= 0 && m_entries[index].starred;
+        if (isStarred == starred)
+            return false;
+        changed = true;
+        if (index >= 0) {
+            toggleAt(index, translation, source);
+        } else {
+            const QDateTime now = m_deps.now();
+            m_entries.prepend(Entry{.kind = kind,
+                                    .text = normalized,
+                                    .translation = translation,
+                                    .firstDate = now,
+                                    .lastDate = now,
+                                    .starred = true,
+                                    .source = source});
+        }
+        return true;
+    });
+    return changed;
+}
+
+bool Vocabulary::remove(const Entry& entry) {
+    bool removed = false;
+    update([&] {
+        const qsizetype index = indexOf(entry.text, entry.kind);
+        removed = index >= 0;
+        if (removed)
+            m_entries.removeAt(index);
+        return removed;
+    });
+    return removed;
 }
 
 void Vocabulary::removeHistory(const QString& logLine) {
-    m_entries.removeIf([](const Entry& e) { return !e.starred; });
-    changed();
+    update([this] {
+        m_entries.removeIf([](const Entry& e) { return !e.starred; });
+        return true;
+    });
     m_deps.log(logLine);
 }
 
@@ -205,51 +264,71 @@ void Vocabulary::evictIfNeeded() {
                u" 条（收藏不受影响）"_s);
 }
 
-void Vocabulary::changed() {
-    save();
+void Vocabulary::save() {
+    const QByteArray data = VocabularyArchive::encode(m_entries);
+    m_adopted = data;
+    m_deps.store.setValue(kStorageKey, data);
+}
+
+void Vocabulary::adoptStored() {
+    const QVariant stored = m_deps.store.storedValue(kStorageKey).value_or(QVariant());
+    if (stored.typeId() == m_adopted.typeId() && stored == m_adopted)
+        return;
+    m_adopted = stored;
+    m_entries.clear();
+    if (stored.typeId() == QMetaType::QByteArray) {
+        const QByteArray data = stored.toByteArray();
+        if (!data.isEmpty()) {
+            VocabularyArchive::Decoded decoded = VocabularyArchive::decode(data);
+            m_entries = std::move(decoded.entries);
+            if (!decoded.intact) {
+                preserveUnreadable(stored, data, decoded.total);
+                save();
+            }
+        }
+    } else if (stored.isValid()) {
+        // Not byte data at all (damaged base64, a hand-edited value): nothing can be read,
+        // and the value as stored is what is kept.
+        preserveUnreadable(stored, DefaultsJson::serialize({{kStorageKey, stored}}), 0);
+        save();
+    }
     Q_EMIT entriesChanged();
 }
 
-void Vocabulary::save() {
-    m_deps.store.setValue(kStorageKey, VocabularyArchive::encode(m_entries));
-}
-
 void Vocabulary::load() {
-    if (const std::optional<QByteArray> data = m_deps.store.dataIfPresent(kStorageKey);
-        data && !data->isEmpty()) {
-        VocabularyArchive::Decoded decoded = VocabularyArchive::decode(*data);
-        m_entries = std::move(decoded.entries);
-        if (!decoded.intact) {
-            preserveUnreadable(*data, decoded.total);
-            save();
-        }
-    }
-    if (const std::optional<QByteArray> data = m_deps.store.dataIfPresent(kWordListKey)) {
-        if (const auto items = VocabularyArchive::decodeWordList(*data)) {
-            QList<Entry> words;
-            for (const VocabularyArchive::LegacyItem& item : *items) {
-                if (const QString word = normalize(item.term, Kind::word); !word.isEmpty())
-                    words.append(legacyEntry(word, item));
-            }
-            adoptLegacy(words, kWordListKey);
-            m_deps.log(u"已把 "_s + QString::number(words.size()) + u" 个生词转为收藏"_s);
-        }
-    }
-    if (const std::optional<QByteArray> data = m_deps.store.dataIfPresent(kQueryHistoryKey)) {
-        if (const auto items = VocabularyArchive::decodeQueryHistory(*data)) {
-            QList<Entry> words;
-            QSet<QString> seen;
-            for (const VocabularyArchive::LegacyItem& item : *items) {
-                const QString word = normalize(item.term, Kind::word);
-                if (isRecordableWord(word) && !seen.contains(word)) {
-                    seen.insert(word);
-                    words.append(legacyEntry(word, item));
+    connect(&m_deps.store, &DefaultsStore::valueChanged, this, [this](const QString& key) {
+        if (key == kStorageKey)
+            adoptStored();
+    });
+    m_deps.store.transaction([this] {
+        adoptStored();
+        if (const std::optional<QByteArray> data = m_deps.store.dataIfPresent(kWordListKey)) {
+            if (const auto items = VocabularyArchive::decodeWordList(*data)) {
+                QList<Entry> words;
+                for (const VocabularyArchive::LegacyItem& item : *items) {
+                    if (const QString word = normalize(item.term, Kind::word); !word.isEmpty())
+                        words.append(legacyEntry(word, item));
                 }
+                adoptLegacy(words, kWordListKey);
+                m_deps.log(u"已把 "_s + QString::number(words.size()) + u" 个生词转为收藏"_s);
             }
-            adoptLegacy(words, kQueryHistoryKey);
-            m_deps.log(u"已把 "_s + QString::number(words.size()) + u" 条历史记录转为收藏"_s);
         }
-    }
+        if (const std::optional<QByteArray> data = m_deps.store.dataIfPresent(kQueryHistoryKey)) {
+            if (const auto items = VocabularyArchive::decodeQueryHistory(*data)) {
+                QList<Entry> words;
+                QSet<QString> seen;
+                for (const VocabularyArchive::LegacyItem& item : *items) {
+                    const QString word = normalize(item.term, Kind::word);
+                    if (isRecordableWord(word) && !seen.contains(word)) {
+                        seen.insert(word);
+                        words.append(legacyEntry(word, item));
+                    }
+                }
+                adoptLegacy(words, kQueryHistoryKey);
+                m_deps.log(u"已把 "_s + QString::number(words.size()) + u" 条历史记录转为收藏"_s);
+            }
+        }
+    });
 }
 
 // Older words go after the current list (they are older than it); a word already in the
@@ -262,16 +341,21 @@ void Vocabulary::adoptLegacy(const QList<Entry>& words, const QString& oldKey) {
         else
             m_entries.append(word);
     }
-    m_deps.store.setValues(
-        {{kStorageKey, VocabularyArchive::encode(m_entries)}, {oldKey, QVariant()}});
+    save();
+    m_deps.store.remove(oldKey);
     Q_EMIT entriesChanged();
 }
 
-// The raw data is copied before anything is overwritten: into the store next to the list,
-// and into a file in the notebook's folder when there is one.
-void Vocabulary::preserveUnreadable(const QByteArray& raw, qsizetype total) {
-    m_deps.store.setValue(kStorageKey + u".unreadable"_s, raw);
-    QString copy = kStorageKey + u".unreadable"_s;
+// The stored value is copied before anything is written over it: into the store next to
+// the list (never over an earlier copy that differs), and into a file in the notebook's
+// folder when there is one.
+void Vocabulary::preserveUnreadable(const QVariant& stored, const QByteArray& raw,
+                                    qsizetype total) {
+    QString key = kStorageKey + u".unreadable"_s;
+    for (int n = 2; m_deps.store.storedValue(key).value_or(stored) != stored; ++n)
+        key = kStorageKey + u".unreadable."_s + QString::number(n);
+    m_deps.store.setValue(key, stored);
+    QString copy = key;
     if (m_deps.folder) {
         const QString path = unusedCopyPath(*m_deps.folder, m_deps.now());
         if (!SafeFiles::writeAtomically(path, raw))

@@ -10,7 +10,10 @@
 class DefaultsStore;
 
 // The notebook: the automatic query history and the starred words and sentences, in one
-// list, newest first, kept in the defaults store under "vocabulary2". Main thread only.
+// list, newest first, kept in the defaults store under "vocabulary2". Other processes change
+// the same list (commands, a second program), so every change is made to the list as the
+// store holds it at that moment, in one transaction of the store; a change made elsewhere
+// is taken in as soon as the store sees it. Main thread only.
 class Vocabulary : public QObject {
     Q_OBJECT
 public:
@@ -78,10 +81,16 @@ public:
     bool toggleStar(const QString& text, Kind kind,
                     const std::optional<QString>& translation = std::nullopt,
                     const std::optional<Source>& source = std::nullopt);
+    // Brings the item to the wanted state in one step (a toggle only where it differs), so
+    // that another process starring the same item in between cannot turn it around.
+    // Returns whether anything changed.
+    bool setStarred(const QString& text, Kind kind, bool starred,
+                    const std::optional<QString>& translation = std::nullopt,
+                    const std::optional<Source>& source = std::nullopt);
     // `text` is normalised for `kind` first.
     std::optional<Entry> entry(const QString& text, Kind kind) const;
-    // Removes the entry of the same kind and text.
-    void remove(const Entry& entry);
+    // Removes the entry of the same kind and text; false when there is none.
+    bool remove(const Entry& entry);
     // Both keep every starred entry.
     void clearRecords();
     void purgeIfDisabled();
@@ -101,14 +110,21 @@ Q_SIGNALS:
 private:
     qsizetype indexOf(const QString& normalizedText, Kind kind) const;
     void load();
+    // Runs `change` on the list as stored now and saves it when `change` says it changed
+    // something, all in one transaction of the store.
+    void update(const std::function<bool()>& change);
+    // Decodes the stored list again when it is not the one the entries came from.
+    void adoptStored();
     void adoptLegacy(const QList<Entry>& words, const QString& oldKey);
-    void preserveUnreadable(const QByteArray& raw, qsizetype total);
+    void preserveUnreadable(const QVariant& stored, const QByteArray& raw, qsizetype total);
+    bool toggleAt(qsizetype index, const std::optional<QString>& translation,
+                  const std::optional<Source>& source);
     void removeHistory(const QString& logLine);
     void evictIfNeeded();
-    // Saves the whole list and tells the user interface.
-    void changed();
     void save();
 
     Dependencies m_deps;
     QList<Entry> m_entries;
+    // The stored value the entries were decoded from.
+    QVariant m_adopted;
 };

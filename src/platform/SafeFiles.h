@@ -12,14 +12,14 @@ namespace SafeFiles {
 // Why a file operation failed, in words for the user ("磁盘已满", "没有写入权限"…).
 struct Failure {
     enum class Kind {
-        missing,     // nothing at that path
-        notRegular,  // a folder, a FIFO, a device…
-        tooLarge,    // larger than the caller allows
-        noSpace,     // the disk (or the quota) is full
-        readOnly,    // the file system is mounted read-only
-        denied,      // no permission
-        ioError,     // the device reported an error
-        busy,        // another process holds the lock for too long
+        missing,    // nothing at that path
+        notRegular, // a folder, a FIFO, a device…
+        tooLarge,   // larger than the caller allows
+        noSpace,    // the disk (or the quota) is full
+        readOnly,   // the file system is mounted read-only
+        denied,     // no permission
+        ioError,    // the device reported an error
+        busy,       // another process holds the lock for too long
         other,
     };
     Kind kind = Kind::other;

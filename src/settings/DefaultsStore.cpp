@@ -9,6 +9,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QFileSystemWatcher>
 
 using namespace Qt::StringLiterals;
 
@@ -27,6 +28,13 @@ QString unusedAsideName(const QString& filePath) {
     for (int n = 2; occupied(candidate); ++n)
         candidate = base + u'-' + QString::number(n);
     return candidate;
+}
+
+// The largest settings file read: far beyond any real one, small enough to hold in memory.
+constexpr qint64 kMaxFileBytes = 64 * 1024 * 1024;
+
+bool sameValue(const QVariant& a, const QVariant& b) {
+    return a.typeId() == b.typeId() && a == b;
 }
 
 bool isNumber(const QVariant& value) {
@@ -52,21 +60,60 @@ DefaultsStore& DefaultsStore::shared() {
 DefaultsStore::DefaultsStore(QString filePath, std::function<void(const QString&)> notice,
                              QObject* parent)
     : QObject(parent), m_filePath(std::move(filePath)), m_notice(std::move(notice)) {
-    load();
+    // An unreadable file is kept aside by the first write, not here: a command that only
+    // reads leaves everything as it found it.
+    sync(Unreadable::leave);
 }
 
-void DefaultsStore::load() {
-    if (m_filePath.isEmpty() || !occupied(m_filePath))
-        return;
-    QFile file(m_filePath);
-    if (file.open(QIODevice::ReadOnly)) {
-        if (std::optional<QVariantMap> values = DefaultsJson::parse(file.readAll())) {
-            m_values = std::move(*values);
-            return;
+QStringList DefaultsStore::sync(Unreadable unreadable) {
+    if (m_filePath.isEmpty() || m_keepsOffDisk)
+        return {};
+    std::optional<SafeFiles::Identity> now = SafeFiles::identity(m_filePath);
+    // m_values is always the file as last seen plus what is pending: unchanged file, no work.
+    if (now == m_seen && (now || !occupied(m_filePath)))
+        return {};
+    QVariantMap disk;
+    bool readable = !now && !occupied(m_filePath);
+    if (now) {
+        const auto read = SafeFiles::readRegularFile(m_filePath, kMaxFileBytes);
+        if (const auto* bytes = std::get_if<QByteArray>(&read)) {
+            if (std::optional<QVariantMap> parsed = DefaultsJson::parse(*bytes)) {
+                disk = std::move(*parsed);
+                readable = true;
+            }
+        } else if (std::get<SafeFiles::Failure>(read).kind == SafeFiles::Failure::Kind::missing) {
+            readable = true; // removed since the look
+            now.reset();
         }
     }
-    file.close();
-    setAside();
+    if (!readable) {
+        if (unreadable == Unreadable::leave)
+            return {};
+        setAside();
+        if (m_keepsOffDisk)
+            return {};
+        now = SafeFiles::identity(m_filePath);
+    }
+    m_seen = now;
+
+    for (auto it = m_pending.cbegin(); it != m_pending.cend(); ++it) {
+        if (it->isValid())
+            disk.insert(it.key(), *it);
+        else
+            disk.remove(it.key());
+    }
+    QStringList changed;
+    for (auto it = disk.cbegin(); it != disk.cend(); ++it) {
+        const auto held = m_values.constFind(it.key());
+        if (held == m_values.cend() || !sameValue(*held, *it))
+            changed.append(it.key());
+    }
+    for (auto it = m_values.cbegin(); it != m_values.cend(); ++it) {
+        if (!disk.contains(it.key()))
+            changed.append(it.key());
+    }
+    m_values = std::move(disk);
+    return changed;
 }
 
 // The user's settings are never thrown away: what cannot be read is kept under another name
@@ -74,22 +121,99 @@ void DefaultsStore::load() {
 void DefaultsStore::setAside() {
     const QString aside = unusedAsideName(m_filePath);
     QString content;
-    if (QFile::rename(m_filePath, aside) || QFile::copy(m_filePath, aside)) {
+    // Only a regular file is copied: reading a FIFO would wait for a writer forever.
+    if (QFile::rename(m_filePath, aside) ||
+        (SafeFiles::identity(m_filePath) && QFile::copy(m_filePath, aside))) {
         content = u"设置｜设置文件无法读取，已另存为 %1，已恢复默认设置"_s.arg(
             QFileInfo(aside).fileName());
     } else {
         m_keepsOffDisk = true;
+        m_writeFailure =
+            SafeFiles::Failure{SafeFiles::Failure::Kind::other, u"设置文件无法读取，也无法另存"_s};
         content = u"设置｜设置文件无法读取，也无法另存；已恢复默认设置，改动只保留到退出"_s;
     }
     if (m_notice)
         m_notice(content);
 }
 
-void DefaultsStore::save() {
-    if (m_filePath.isEmpty())
+void DefaultsStore::writeLocked() {
+    if (m_pending.isEmpty() || m_keepsOffDisk)
         return;
-    m_lastWriteSucceeded =
-        !m_keepsOffDisk && !SafeFiles::writeAtomically(m_filePath, DefaultsJson::serialize(m_values));
+    if (const std::optional<SafeFiles::Failure> failure =
+            SafeFiles::writeAtomically(m_filePath, DefaultsJson::serialize(m_values))) {
+        const bool first = !m_writeFailure;
+        m_writeFailure = failure;
+        if (first)
+            Q_EMIT writeFailed(*failure);
+        return;
+    }
+    m_pending.clear();
+    m_seen = SafeFiles::identity(m_filePath);
+    if (m_writeFailure) {
+        m_writeFailure.reset();
+        Q_EMIT writesRecovered();
+    }
+}
+
+void DefaultsStore::transaction(const std::function<void()>& change) {
+    if (m_transactionDepth > 0) {
+        change();
+        return;
+    }
+    std::optional<SafeFiles::FolderLock> lock;
+    if (!m_writesHeld && !m_filePath.isEmpty() && !m_keepsOffDisk) {
+        lock.emplace(QFileInfo(m_filePath).absolutePath());
+        if (const std::optional<SafeFiles::Failure> failure = lock->failure()) {
+            lock.reset();
+            if (!m_writeFailure)
+                Q_EMIT writeFailed(*failure);
+            m_writeFailure = failure;
+        }
+    }
+    ++m_transactionDepth;
+    // Others' changes are announced first, so mirrors of a key are current for `change`.
+    announce(sync(lock ? Unreadable::keepAside : Unreadable::leave));
+    change();
+    --m_transactionDepth;
+    if (lock)
+        writeLocked();
+    lock.reset();
+    announce(std::exchange(m_changedInTransaction, {}));
+}
+
+void DefaultsStore::refresh() {
+    if (m_transactionDepth == 0)
+        announce(sync(Unreadable::leave));
+}
+
+void DefaultsStore::retryUnsavedChanges() {
+    if (!m_pending.isEmpty())
+        transaction([] {});
+}
+
+void DefaultsStore::watchFile() {
+    if (m_watcher || m_filePath.isEmpty())
+        return;
+    const QString folder = QFileInfo(m_filePath).absolutePath();
+    QDir().mkpath(folder);
+    m_watcher = new QFileSystemWatcher(this);
+    m_watcher->addPath(folder);
+    // The folder tells of a file replaced by a rename; the file itself of an edit in place.
+    const auto follow = [this] {
+        if (QFileInfo::exists(m_filePath) && !m_watcher->files().contains(m_filePath))
+            m_watcher->addPath(m_filePath);
+        refresh();
+    };
+    connect(m_watcher, &QFileSystemWatcher::directoryChanged, this, follow);
+    connect(m_watcher, &QFileSystemWatcher::fileChanged, this, follow);
+    follow();
+}
+
+void DefaultsStore::announce(const QStringList& keys) {
+    QStringList unique = keys;
+    unique.removeDuplicates();
+    for (const QString& key : std::as_const(unique))
+        Q_EMIT valueChanged(key);
 }
 
 void DefaultsStore::registerDefaults(const QVariantMap& defaults) {
@@ -172,27 +296,27 @@ void DefaultsStore::remove(const QString& key) {
 }
 
 void DefaultsStore::setValues(const QVariantMap& values) {
-    QStringList changed;
-    for (auto it = values.begin(); it != values.end(); ++it) {
-        if (!it->isValid()) {
-            if (m_values.remove(it.key()) > 0)
-                changed.append(it.key());
-            continue;
+    transaction([this, &values] {
+        for (auto it = values.begin(); it != values.end(); ++it) {
+            if (!it->isValid()) {
+                if (m_values.remove(it.key()) > 0) {
+                    m_pending.insert(it.key(), QVariant());
+                    m_changedInTransaction.append(it.key());
+                }
+                continue;
+            }
+            QVariant value = DefaultsJson::normalized(*it);
+            if (!value.isValid()) {
+                qWarning("DefaultsStore: %s holds a type that cannot be stored",
+                         qPrintable(it.key()));
+                continue;
+            }
+            const auto stored = m_values.constFind(it.key());
+            if (stored != m_values.cend() && sameValue(*stored, value))
+                continue;
+            m_values.insert(it.key(), value);
+            m_pending.insert(it.key(), std::move(value));
+            m_changedInTransaction.append(it.key());
         }
-        QVariant value = DefaultsJson::normalized(*it);
-        if (!value.isValid()) {
-            qWarning("DefaultsStore: %s holds a type that cannot be stored", qPrintable(it.key()));
-            continue;
-        }
-        const auto stored = m_values.constFind(it.key());
-        if (stored != m_values.cend() && stored->typeId() == value.typeId() && *stored == value)
-            continue;
-        m_values.insert(it.key(), std::move(value));
-        changed.append(it.key());
-    }
-    if (changed.isEmpty())
-        return;
-    save();
-    for (const QString& key : std::as_const(changed))
-        Q_EMIT valueChanged(key);
+    });
 }

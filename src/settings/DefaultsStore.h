@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/SafeFiles.h"
+
 #include <QObject>
 #include <QString>
 #include <QStringList>
@@ -11,12 +13,17 @@
 // The user's settings: a typed key-value store in the manner of the platform's user
 // defaults. Values are bool, qint64 or double, QString, QByteArray (data), QVariantList and
 // QVariantMap (nested of the same). Registered defaults live in memory only and answer for
-// keys that hold no stored value. Every change is written to disk at once, atomically.
+// keys that hold no stored value.
 //
 // On Linux the file is $XDG_CONFIG_HOME/Quillet/defaults.json (default ~/.config): a JSON
-// object, byte data as {"$data": "<base64>"}. A file that cannot be read is kept aside under
-// a time-stamped name before a fresh store is started, and the event log says so.
-// Main thread only.
+// object, byte data as {"$data": "<base64>"}. Several processes share it (the agent, any
+// number of commands, a person with an editor), so every change is a transaction under a
+// lock on the folder: the file is read again if someone else replaced it, the change is
+// applied to what it holds, and the whole is written back atomically and flushed. Keys this
+// process did not change are never written from a stale copy. A file that cannot be read is
+// kept aside under a time-stamped name before a fresh store is started, and the event log
+// says so. A write that fails leaves the file as it was; the changes stay in memory (and
+// are written with the next change or retry) and writeFailure() says why. Main thread only.
 class DefaultsStore : public QObject {
     Q_OBJECT
 public:
@@ -60,22 +67,59 @@ public:
     // Several changes, one write.
     void setValues(const QVariantMap& values);
 
-    // False when the last write to disk failed (the values stay in memory).
-    bool lastWriteSucceeded() const { return m_lastWriteSucceeded; }
+    // Runs `change` on the store as the file holds it now, under the lock, and writes once
+    // after it: a read-modify-write that no other process can interleave with. Changes made
+    // by others are announced (valueChanged) before `change` runs, so objects that mirror a
+    // key are current when it does. Nested calls join the outer one.
+    void transaction(const std::function<void()>& change);
+    // Reads the file again if someone else changed it and announces what differs. Changes
+    // not yet written stay on top. A file that cannot be parsed is left for the next write
+    // to keep aside: it may be half-way through a person's save.
+    void refresh();
+    // Refreshes whenever the file changes on disk (the agent, which lives long).
+    void watchFile();
+
+    // Changes stay in memory and are never written: commands that only read must not create
+    // or rewrite the file.
+    void holdWrites() { m_writesHeld = true; }
+    bool writesHeld() const { return m_writesHeld; }
+
+    // Why the last write failed; nothing once every change is on disk.
+    const std::optional<SafeFiles::Failure>& writeFailure() const { return m_writeFailure; }
+    bool hasUnsavedChanges() const { return !m_pending.isEmpty(); }
+    // Tries again to write what is only in memory.
+    void retryUnsavedChanges();
 
 Q_SIGNALS:
     void valueChanged(const QString& key);
+    // A write failed after the previous one succeeded (once per run of failures).
+    void writeFailed(const SafeFiles::Failure& failure);
+    // Everything that was only in memory is on disk again.
+    void writesRecovered();
 
 private:
-    void load();
+    enum class Unreadable { keepAside, leave };
+    // Brings m_values in line with the file (plus what is pending) and returns the keys whose
+    // value that changed.
+    QStringList sync(Unreadable unreadable);
     void setAside();
-    void save();
+    // Writes m_values; the caller holds the folder lock.
+    void writeLocked();
+    void announce(const QStringList& keys);
 
     QString m_filePath;
     std::function<void(const QString&)> m_notice;
     QVariantMap m_values;
     QVariantMap m_registered;
-    bool m_lastWriteSucceeded = true;
+    // Changes of this process not yet on disk: key → value, or an invalid value for removal.
+    QVariantMap m_pending;
+    // The file as last read or written; nothing when there was none.
+    std::optional<SafeFiles::Identity> m_seen;
+    std::optional<SafeFiles::Failure> m_writeFailure;
+    int m_transactionDepth = 0;
+    QStringList m_changedInTransaction;
+    bool m_writesHeld = false;
     // Set when an unreadable file could be neither renamed nor copied: it is never replaced.
     bool m_keepsOffDisk = false;
+    class QFileSystemWatcher* m_watcher = nullptr;
 };

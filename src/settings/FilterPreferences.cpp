@@ -22,6 +22,14 @@ FilterPreferences::FilterPreferences(DefaultsStore& store, EventLog& log, QObjec
          {u"filter.blocksURLOrPath"_s, u"filter.blocksCodeIdentifier"_s,
           u"filter.blocksNonEnglish"_s, u"filter.blocksRemoteClipboard"_s})
         m_store.remove(obsolete);
+    connect(&m_store, &DefaultsStore::valueChanged, this, &FilterPreferences::adoptStoredValue);
+}
+
+void FilterPreferences::adoptStoredValue(const QString& key) {
+    if (key != kShowsEverything || m_store.boolValue(kShowsEverything) == m_showsEverything)
+        return;
+    m_showsEverything = !m_showsEverything;
+    Q_EMIT changed(u"showsEverything"_s);
 }
 
 void FilterPreferences::setShowsEverything(bool shows) {

@@ -20,6 +20,9 @@ Q_SIGNALS:
     void changed(const QString& property);
 
 private:
+    // Takes in a value another process stored.
+    void adoptStoredValue(const QString& key);
+
     DefaultsStore& m_store;
     EventLog& m_log;
     bool m_showsEverything = false;

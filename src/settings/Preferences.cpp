@@ -56,6 +56,39 @@ Preferences::Preferences(DefaultsStore& store, Dictionaries dictionaries, QObjec
          {u"reclaimNotchBandOnExternalScreens"_s, u"ignoresRemoteClipboard"_s,
           u"resultRetentionSeconds"_s, u"autoHideSeconds"_s, u"textLengthLimit"_s})
         m_store.remove(obsolete);
+    connect(&m_store, &DefaultsStore::valueChanged, this, &Preferences::adoptStoredValue);
+}
+
+void Preferences::adoptStoredValue(const QString& key) {
+    const auto adopt = [this](auto& field, auto value, const QString& property) {
+        if (field == value)
+            return;
+        field = std::move(value);
+        Q_EMIT changed(property);
+    };
+    if (key == kHistoryEnabled) {
+        adopt(m_vocabularyEnabled, m_store.boolValue(kHistoryEnabled, true),
+              u"vocabularyEnabled"_s);
+    } else if (key == kHoverDwellSeconds) {
+        adopt(m_hoverDwellSeconds, m_store.doubleValue(kHoverDwellSeconds, 0.3),
+              u"hoverDwellSeconds"_s);
+    } else if (key == kSpeaksOnLookup) {
+        adopt(m_speaksOnLookup, m_store.boolValue(kSpeaksOnLookup, false), u"speaksOnLookup"_s);
+    } else if (key == kReopenTarget) {
+        adopt(m_reopenTarget,
+              m_store.stringValue(kReopenTarget) == u"notebook"_s ? ReopenTarget::notebook
+                                                                  : ReopenTarget::settings,
+              u"reopenTarget"_s);
+    } else if (key == kRemovedDictionaries) {
+        adopt(m_removedDictionaries,
+              m_store.stringListIfPresent(kRemovedDictionaries).value_or(QStringList()),
+              u"removedDictionaries"_s);
+    } else if (key == kDictionaryOrder) {
+        // An order removed or emptied elsewhere leaves the one in use as it is.
+        const std::optional<QStringList> saved = m_store.stringListIfPresent(kDictionaryOrder);
+        if (saved && !saved->isEmpty())
+            adopt(m_dictionaryOrder, *saved, u"dictionaryOrder"_s);
+    }
 }
 
 QString Preferences::rawValue(ReopenTarget target) {

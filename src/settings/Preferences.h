@@ -11,8 +11,9 @@
 
 class DefaultsStore;
 
-// Lookup, notebook, dictionary, hover-timing and login settings. Reads the store once when
-// made, carries older settings forward, and writes a key back whenever a property changes.
+// Lookup, notebook, dictionary, hover-timing and login settings. Reads the store when made,
+// carries older settings forward, and writes a key back whenever a property changes; a
+// value another process stores is taken in and announced like a change made here.
 // Main thread only.
 class Preferences : public QObject {
     Q_OBJECT
@@ -67,6 +68,8 @@ Q_SIGNALS:
 
 private:
     void applyLaunchAtLogin(bool enabled);
+    // Takes in a value another process stored (a command, a person editing the file).
+    void adoptStoredValue(const QString& key);
 
     DefaultsStore& m_store;
     Dictionaries m_dictionaries;

@@ -74,27 +74,32 @@ Folders defaultFolders() {
 std::optional<Carried> runIfNeeded(DefaultsStore& store, const Folders& folders,
                                    const std::function<void(const QString& content)>& log) {
     const QString marker = markerKey.toString();
-    if (store.boolValue(marker))
+    // A command that only reads moves nothing: the next program that writes carries it over.
+    if (store.writesHeld() || store.boolValue(marker))
         return std::nullopt;
 
-    QVariantMap changes;
-    const QVariantMap former = formerSettings(folders.formerSettingsFile);
-    for (auto it = former.begin(); it != former.end(); ++it) {
-        if (!store.contains(it.key()))
-            changes.insert(it.key(), *it);
-    }
-    Carried carried;
-    carried.settings = changes.size() - (changes.contains(marker) ? 1 : 0);
-
-    if (!folders.formerDataFolder.isEmpty() && !folders.currentDataFolder.isEmpty())
-        carried.files = moveContents(folders.formerDataFolder, folders.currentDataFolder);
-
-    changes.insert(marker, true);
-    store.setValues(changes);
-
-    if ((carried.settings > 0 || carried.files > 0) && log) {
-        log(u"已从 Lumenfold 搬来偏好 %1 项设置、%2 个文件"_s.arg(carried.settings)
-                .arg(carried.files));
+    std::optional<Carried> carried;
+    // Under the store's lock, so two programs starting together carry everything over once.
+    store.transaction([&] {
+        if (store.boolValue(marker))
+            return;
+        QVariantMap changes;
+        const QVariantMap former = formerSettings(folders.formerSettingsFile);
+        for (auto it = former.begin(); it != former.end(); ++it) {
+            if (!store.contains(it.key()))
+                changes.insert(it.key(), *it);
+        }
+        carried = Carried{.settings = changes.size() - (changes.contains(marker) ? 1 : 0)};
+        if (!folders.formerDataFolder.isEmpty() && !folders.currentDataFolder.isEmpty())
+            carried->files = moveContents(folders.formerDataFolder, folders.currentDataFolder);
+        changes.insert(marker, true);
+        store.setValues(changes);
+    });
+    if (!carried)
+        return std::nullopt;
+    if ((carried->settings > 0 || carried->files > 0) && log) {
+        log(u"已从 Lumenfold 搬来偏好 %1 项设置、%2 个文件"_s.arg(carried->settings)
+                .arg(carried->files));
     }
     return carried;
 }

@@ -80,6 +80,49 @@ TriggerSettings::TriggerSettings(DefaultsStore& defaults, QObject* parent)
          {u"triggerBindings"_s, u"selectionEnabled"_s, u"trigger.previousSubtitleHotKey"_s,
           u"trigger.nextSubtitleHotKey"_s})
         m_store.remove(obsolete);
+    connect(&m_store, &DefaultsStore::valueChanged, this, &TriggerSettings::adoptStoredValue);
+}
+
+void TriggerSettings::adoptStoredValue(const QString& key) {
+    const auto adopt = [this](auto& field, auto value, const QString& property) {
+        if (field == value)
+            return false;
+        field = std::move(value);
+        Q_EMIT changed(property);
+        return true;
+    };
+    const std::pair<const QString&, std::pair<bool*, const char16_t*>> flags[] = {
+        {kMuted, {&m_isMuted, u"isMuted"}},
+        {kVideoSubtitles, {&m_videoSubtitlesEnabled, u"videoSubtitlesEnabled"}},
+        {kSubtitlesOnPause, {&m_showsSubtitlesOnPause, u"showsSubtitlesOnPause"}},
+        {kScreenSubtitles, {&m_recognizesScreenSubtitles, u"recognizesScreenSubtitles"}},
+        {kPointerLookup, {&m_pointerLookupEnabled, u"pointerLookupEnabled"}},
+        {kSelection, {&m_selectionEnabled, u"selectionEnabled"}},
+    };
+    for (const auto& [flagKey, flag] : flags) {
+        if (key == flagKey)
+            adopt(*flag.first, m_store.boolValue(flagKey), QString::fromUtf16(flag.second));
+    }
+    if (key == kPausesVideo) {
+        adopt(m_pausesVideoOnPeek, m_store.boolIfPresent(kPausesVideo).value_or(true),
+              u"pausesVideoOnPeek"_s);
+    } else if (key == kResumesVideo) {
+        adopt(m_resumesVideoAfterPeek, m_store.boolIfPresent(kResumesVideo).value_or(true),
+              u"resumesVideoAfterPeek"_s);
+    } else if (key == kExpandsOnHover) {
+        adopt(m_expandsOnNotchHover, m_store.boolIfPresent(kExpandsOnHover).value_or(true),
+              u"expandsOnNotchHover"_s);
+    } else if (key == kPointerKey) {
+        adopt(m_pointerKey,
+              pointerKeyFromRawValue(m_store.stringValue(kPointerKey)).value_or(PointerKey::option),
+              u"pointerKey"_s);
+    } else if (key == kMethod) {
+        adopt(m_method, m_store.stringValue(kMethod) == u"hotKey"_s ? Method::hotKey : Method::copy,
+              u"method"_s);
+    } else if (key == kHotKey) {
+        if (adopt(m_hotKey, loadHotKey(kHotKey), u"hotKey"_s))
+            Q_EMIT hotKeyChanged();
+    }
 }
 
 QString TriggerSettings::rawValue(PointerKey key) {

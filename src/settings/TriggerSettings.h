@@ -73,6 +73,8 @@ Q_SIGNALS:
     void hotKeyChanged();
 
 private:
+    // Takes in a value another process stored (a command, a person editing the file).
+    void adoptStoredValue(const QString& key);
     void setBool(bool& field, bool value, const QString& key, const QString& property);
 
     DefaultsStore& m_store;

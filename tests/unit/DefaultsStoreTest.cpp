@@ -8,15 +8,33 @@
 #include <QRegularExpression>
 #include <QSignalSpy>
 #include <QTemporaryDir>
+#include <csignal>
 #include <gtest/gtest.h>
 #include <limits>
 #include <memory>
+#include <sys/resource.h>
+#include <sys/stat.h>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
 const QByteArray kBytes("\x00\x01\xff binary\n", 11);
+
+// Lowers this process's file-size limit for a scope: writes past it fail with EFBIG.
+class FileSizeLimit {
+public:
+    explicit FileSizeLimit(rlim_t bytes) {
+        ::signal(SIGXFSZ, SIG_IGN);
+        ::getrlimit(RLIMIT_FSIZE, &m_saved);
+        const rlimit lowered{bytes, m_saved.rlim_max};
+        ::setrlimit(RLIMIT_FSIZE, &lowered);
+    }
+    ~FileSizeLimit() { ::setrlimit(RLIMIT_FSIZE, &m_saved); }
+
+private:
+    rlimit m_saved{};
+};
 
 class DefaultsStoreTest : public testing::Test {
 protected:
@@ -166,6 +184,10 @@ TEST_F(DefaultsStoreTest, UnreadableFilesAreKeptAsideUntouched) {
         write(path(), bytes);
         auto store = open();
         EXPECT_TRUE(store->storedKeys().isEmpty());
+        // Reading alone leaves the file where it is; the first write keeps it aside.
+        EXPECT_EQ(read(path()), bytes);
+        EXPECT_TRUE(notices.isEmpty());
+        store->setValue(u"fresh"_s, true);
 
         QStringList added = QDir(folder()).entryList({u"*.unreadable-*"_s}, QDir::Files);
         for (const QString& name : std::as_const(keptAside))
@@ -175,8 +197,6 @@ TEST_F(DefaultsStoreTest, UnreadableFilesAreKeptAsideUntouched) {
         EXPECT_EQ(notices, QStringList{u"设置｜设置文件无法读取，已另存为 "_s + added[0] +
                                        u"，已恢复默认设置"_s});
         keptAside.append(added[0]);
-
-        store->setValue(u"fresh"_s, true);
         EXPECT_TRUE(open()->boolValue(u"fresh"_s));
     }
     for (qsizetype i = 0; i < keptAside.size(); ++i)
@@ -188,11 +208,90 @@ TEST_F(DefaultsStoreTest, AFileThatCannotBeKeptAsideIsNeverOverwritten) {
     const QString longPath = m_dir.path() + u'/' + QString(240, u'd');
     write(longPath, "broken");
     auto store = open(longPath);
+    store->setValue(u"a"_s, true);
     ASSERT_EQ(notices.size(), 1);
     EXPECT_TRUE(notices[0].startsWith(u"设置｜设置文件无法读取"_s));
+    EXPECT_TRUE(store->boolValue(u"a"_s));
+    EXPECT_TRUE(store->writeFailure().has_value());
+    EXPECT_EQ(read(longPath), "broken");
+}
 
+// Two stores on one file stand for two processes: the agent and a command, or two commands.
+TEST_F(DefaultsStoreTest, ChangesOfOtherProcessesAreMergedNeverOverwritten) {
+    auto agent = open();
+    auto command = open();
+    QSignalSpy announced(agent.get(), &DefaultsStore::valueChanged);
+    agent->setValue(u"hoverDwellSeconds"_s, 0.5);
+    command->setValue(u"trigger.method"_s, u"hotKey"_s);
+    // The agent's next change is made to the file as the command left it.
+    agent->setValue(u"speaksOnLookup"_s, true);
+    EXPECT_EQ(agent->stringValue(u"trigger.method"_s), u"hotKey"_s);
+    EXPECT_TRUE(announced.contains(QVariantList{u"trigger.method"_s}));
+
+    command->remove(u"hoverDwellSeconds"_s);
+    agent->refresh();
+    EXPECT_FALSE(agent->contains(u"hoverDwellSeconds"_s));
+    const QVariantMap expected{{u"trigger.method"_s, u"hotKey"_s}, {u"speaksOnLookup"_s, true}};
+    EXPECT_EQ(open()->storedValues(), expected);
+    EXPECT_EQ(agent->storedValues(), expected);
+
+    // A read-modify-write sees the other's change, however recent.
+    command->setValue(u"count"_s, 1);
+    agent->transaction([&] { agent->setValue(u"count"_s, agent->value(u"count"_s).toInt() + 1); });
+    EXPECT_EQ(open()->value(u"count"_s), QVariant(qint64(2)));
+}
+
+TEST_F(DefaultsStoreTest, HeldWritesLeaveTheDiskAlone) {
+    auto store = open();
+    store->holdWrites();
     store->setValue(u"a"_s, true);
     EXPECT_TRUE(store->boolValue(u"a"_s));
-    EXPECT_FALSE(store->lastWriteSucceeded());
-    EXPECT_EQ(read(longPath), "broken");
+    EXPECT_FALSE(QFileInfo::exists(folder())); // not even the folder
+    write(path(), "{broken");
+    store->setValue(u"b"_s, true);
+    EXPECT_EQ(read(path()), "{broken");
+    EXPECT_TRUE(notices.isEmpty());
+}
+
+TEST_F(DefaultsStoreTest, AFailedWriteKeepsTheFileAndTheChangeUntilItCanBeWritten) {
+    auto store = open();
+    QSignalSpy failed(store.get(), &DefaultsStore::writeFailed);
+    QSignalSpy recovered(store.get(), &DefaultsStore::writesRecovered);
+    store->setValue(u"kept"_s, u"old"_s);
+    const QByteArray before = read(path());
+    {
+        // Past the file-size limit a write fails with EFBIG, as it would on a full disk.
+        const FileSizeLimit limit(before.size() + 16);
+        store->setValue(u"big"_s, QString(4096, u'x'));
+        store->setValue(u"more"_s, true);
+    }
+    EXPECT_EQ(read(path()), before);
+    ASSERT_TRUE(store->writeFailure().has_value());
+    EXPECT_EQ(store->writeFailure()->reason, u"磁盘空间已满"_s);
+    EXPECT_EQ(failed.size(), 1); // told once, not for every change
+    EXPECT_TRUE(store->hasUnsavedChanges());
+    EXPECT_TRUE(store->boolValue(u"more"_s));
+
+    // Someone else writes meanwhile; the retry adds to their file.
+    open()->setValue(u"other"_s, 1);
+    store->retryUnsavedChanges();
+    EXPECT_EQ(recovered.size(), 1);
+    EXPECT_FALSE(store->writeFailure().has_value());
+    const auto reread = open();
+    EXPECT_EQ(reread->stringValue(u"big"_s).size(), 4096);
+    EXPECT_TRUE(reread->boolValue(u"more"_s));
+    EXPECT_EQ(reread->value(u"other"_s), QVariant(qint64(1)));
+    EXPECT_EQ(reread->stringValue(u"kept"_s), u"old"_s);
+}
+
+TEST_F(DefaultsStoreTest, SpecialFilesAreKeptAsideWithoutBlocking) {
+    QDir().mkpath(folder());
+    ASSERT_EQ(::mkfifo(QFile::encodeName(path()).constData(), 0600), 0);
+    auto store = open(); // would wait for a writer forever if opened as a file
+    EXPECT_TRUE(store->storedKeys().isEmpty());
+    store->setValue(u"a"_s, true);
+    EXPECT_TRUE(open()->boolValue(u"a"_s));
+    ASSERT_EQ(notices.size(), 1);
+    const QString aside = notices[0].section(u"另存为 "_s, 1).section(u'，', 0, 0);
+    EXPECT_TRUE(QFileInfo(folder() + u'/' + aside).exists());
 }

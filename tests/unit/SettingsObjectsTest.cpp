@@ -131,3 +131,47 @@ TEST_F(SettingsObjectsTest, DeniedChangeLeavesTheSettingAsItWas) {
     EXPECT_EQ(triggers.method(), TriggerSettings::Method::copy);
     EXPECT_FALSE(triggers.trySetSelection(false, needsAccessibility));
 }
+
+// A command (a second store on the file) changes settings while the agent's objects live:
+// they take the values in and announce them as their own changes.
+TEST_F(SettingsObjectsTest, ValuesStoredByAnotherProcessAreTakenIn) {
+    Preferences preferences(*store, dictionaries());
+    TriggerSettings triggers(*store);
+    FilterPreferences filter(*store, log);
+    QStringList announced;
+    const auto listen = [&announced](auto* object) {
+        QObject::connect(object, &std::remove_pointer_t<decltype(object)>::changed,
+                         [&announced](const QString& property) { announced.append(property); });
+    };
+    listen(&preferences);
+    listen(&triggers);
+    listen(&filter);
+    bool hotKeyAnnounced = false;
+    QObject::connect(&triggers, &TriggerSettings::hotKeyChanged, [&] { hotKeyAnnounced = true; });
+
+    DefaultsStore command(file);
+    command.setValues({{u"hoverDwellSeconds"_s, 1.5},
+                       {u"historyEnabled"_s, false},
+                       {u"trigger.method"_s, u"hotKey"_s},
+                       {u"trigger.selectionEnabled"_s, true},
+                       {u"trigger.hotKey"_s, QByteArray()},
+                       {u"filter.showsEverything"_s, true}});
+    store->refresh();
+    EXPECT_DOUBLE_EQ(preferences.hoverDwellSeconds(), 1.5);
+    EXPECT_FALSE(preferences.vocabularyEnabled());
+    EXPECT_EQ(triggers.method(), TriggerSettings::Method::hotKey);
+    EXPECT_TRUE(triggers.selectionEnabled());
+    EXPECT_EQ(triggers.hotKey(), std::nullopt);
+    EXPECT_TRUE(hotKeyAnnounced);
+    EXPECT_TRUE(filter.showsEverything());
+    announced.sort();
+    EXPECT_EQ(announced,
+              (QStringList{u"hotKey"_s, u"hoverDwellSeconds"_s, u"method"_s, u"selectionEnabled"_s,
+                           u"showsEverything"_s, u"vocabularyEnabled"_s}));
+
+    // The agent's own later change leaves the command's values as they are.
+    triggers.setMuted(true);
+    DefaultsStore after(file);
+    EXPECT_EQ(after.stringValue(u"trigger.method"_s), u"hotKey"_s);
+    EXPECT_DOUBLE_EQ(after.doubleValue(u"hoverDwellSeconds"_s), 1.5);
+}

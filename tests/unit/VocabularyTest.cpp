@@ -200,3 +200,53 @@ TEST_F(VocabularyTest, KeepsWhatCanBeReadFromADamagedList) {
         EXPECT_EQ(logs.size(), 1);
     }
 }
+
+// A second store and notebook on the same file stand for another process: a command.
+TEST_F(VocabularyTest, TwoProgramsChangeOneNotebookWithoutLosingAnything) {
+    DefaultsStore otherStore(m_dir.path() + u"/defaults.json"_s);
+    Vocabulary other(Vocabulary::Dependencies{.store = otherStore,
+                                              .recordingEnabled = [] { return true; },
+                                              .log = [](const QString&) {},
+                                              .now =
+                                                  [this] {
+                                                      return now;
+                                                  }});
+    vocabulary->record(u"alpha"_s);
+    EXPECT_TRUE(other.setStarred(u"beta"_s, Kind::word, true));
+    vocabulary->record(u"gamma"_s);
+    EXPECT_FALSE(other.setStarred(u"beta"_s, Kind::word, true)); // already so: nothing to do
+    EXPECT_TRUE(other.toggleStar(u"alpha"_s, Kind::word));
+    EXPECT_TRUE(vocabulary->remove({.kind = Kind::word, .text = u"gamma"_s}));
+    EXPECT_FALSE(other.remove({.kind = Kind::word, .text = u"gamma"_s}));
+
+    store->refresh();
+    EXPECT_EQ(texts(), (QStringList{u"beta"_s, u"alpha"_s}));
+    EXPECT_EQ(vocabulary->starredCount(), 2);
+    reopen();
+    EXPECT_EQ(texts(), (QStringList{u"beta"_s, u"alpha"_s}));
+    EXPECT_EQ(vocabulary->entry(u"alpha"_s, Kind::word)->count, 1);
+}
+
+TEST_F(VocabularyTest, UndecodableDataIsKeptAsideAndEarlierCopiesStay) {
+    vocabulary.reset();
+    store.reset();
+    const auto damage = [this](const QVariant& value) {
+        vocabulary.reset();
+        DefaultsStore(m_dir.path() + u"/defaults.json"_s).setValue(u"vocabulary2"_s, value);
+        reopen();
+        vocabulary->toggleStar(u"after"_s, Kind::word);
+    };
+    // One bad character in the base64 text (it stays an ordinary object), then a value of
+    // the wrong type.
+    damage(QVariantMap{{u"$data"_s, u"W3sia2luZCI6IndvcmQi!"_s}});
+    damage(u"not data"_s);
+    EXPECT_EQ(store->storedValue(u"vocabulary2.unreadable"_s),
+              QVariant(QVariantMap{{u"$data"_s, u"W3sia2luZCI6IndvcmQi!"_s}}));
+    EXPECT_EQ(store->storedValue(u"vocabulary2.unreadable.2"_s), QVariant(u"not data"_s));
+    ASSERT_EQ(logs.size(), 2);
+    for (const QString& line : std::as_const(logs)) {
+        EXPECT_TRUE(line.startsWith(u"存档整份读不出来，原数据已另存到 "_s + folder()));
+        EXPECT_TRUE(QFile::exists(line.section(u"原数据已另存到 "_s, 1)));
+    }
+    EXPECT_EQ(texts(), QStringList{u"after"_s});
+}

@@ -10,6 +10,7 @@
 #include "notebook/Vocabulary.h"
 #include "platform/SystemPasteboard.h"
 #include "platform/TranslationEngineFactory.h"
+#include "settings/DefaultsStore.h"
 #include "settings/DiagnosticLog.h"
 #include "settings/EventLog.h"
 #include "settings/FilterPreferences.h"
@@ -23,6 +24,7 @@
 #include <QDesktopServices>
 #include <QScopeGuard>
 #include <QScreen>
+#include <QTimer>
 #include <QUrl>
 #include <cstdio>
 #include <malloc.h>
@@ -45,6 +47,30 @@ void openInDictionary(const QString& word) {
     if (!QDesktopServices::openUrl(
             QUrl(u"dict://"_s + QString::fromUtf8(QUrl::toPercentEncoding(word)))))
         EventLog::shared().append(EventLog::Kind::error, u"找不到「词典」App"_s);
+}
+
+// Commands and people change the settings file too: the agent takes their changes in as they
+// land. A write that fails (full disk, read-only folder) keeps the changes in memory; the
+// person is told once, and the agent tries again until the disk takes them.
+void watchSettingsFile(DefaultsStore& store, NotchPanel& panel, EventLog& log) {
+    store.watchFile();
+    auto* retry = new QTimer(&panel);
+    retry->setInterval(std::chrono::seconds(30));
+    QObject::connect(retry, &QTimer::timeout, &store, [&store] { store.retryUnsavedChanges(); });
+    QObject::connect(
+        &store, &DefaultsStore::writeFailed, &panel,
+        [&panel, &log, retry](const SafeFiles::Failure& failure) {
+            log.append(EventLog::Kind::error,
+                       u"设置｜无法保存设置和生词本：%1；改动暂存在内存里"_s.arg(failure.reason));
+            panel.showNotice(
+                u"无法保存设置和生词本：%1。改动先留在内存里，能写入时会自动保存。"_s.arg(
+                    failure.reason));
+            retry->start();
+        });
+    QObject::connect(&store, &DefaultsStore::writesRecovered, &panel, [&log, retry] {
+        retry->stop();
+        log.append(EventLog::Kind::result, u"设置｜暂存的改动已写入磁盘"_s);
+    });
 }
 
 } // namespace
@@ -116,6 +142,8 @@ int run(int argc, char** argv) {
                   .openInDictionary = openInDictionary,
                   .wordDatabaseMissing = !bundled.isAvailable(),
                   .clipboardPollMs = clipboardPollMs()});
+
+    watchSettingsFile(DefaultsStore::shared(), panel, log);
 
     TrayIcon tray(triggers, log);
     QObject::connect(&tray, &TrayIcon::quitRequested, &application, &QApplication::quit);

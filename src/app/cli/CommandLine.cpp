@@ -16,6 +16,7 @@
 #include "dictionary/BundledDictionary.h"
 #include "dictionary/SystemDictionaryCatalog.h"
 #include "platform/TranslationEngineFactory.h"
+#include "settings/DefaultsStore.h"
 #include "settings/DiagnosticLog.h"
 #include "settings/EventLog.h"
 #include "settings/Preferences.h"
@@ -104,6 +105,26 @@ int lookup(const TextInvocation& invocation) {
     return failed;
 }
 
+// Only these change the user's data; every other command leaves the settings file as it
+// found it (settings carried forward from older versions stay in memory).
+bool changesData(const QString& command, const QStringList& arguments) {
+    const QString action = arguments.value(0);
+    if (command == u"settings"_s)
+        return action == u"set"_s;
+    return command == u"notebook"_s &&
+           QStringList{u"star"_s, u"unstar"_s, u"remove"_s, u"clear"_s}.contains(action);
+}
+
+// A change reported as done must be on disk: when the last write failed, say why and fail.
+int confirmedSaved(int status) {
+    const DefaultsStore& store = DefaultsStore::shared();
+    const std::optional<SafeFiles::Failure>& failure = store.writeFailure();
+    if (!failure || !store.hasUnsavedChanges())
+        return status;
+    Output::line(stderr, u"无法保存改动：%1（%2）"_s.arg(failure->reason, store.filePath()));
+    return refused;
+}
+
 } // namespace
 
 std::optional<int> run(int argc, char** argv) {
@@ -125,10 +146,12 @@ std::optional<int> run(int argc, char** argv) {
     // written before the application object goes.
     QCoreApplication application(argc, argv);
     const auto finished = qScopeGuard([] { DiagnosticLog::flush(); });
+    if (!changesData(command, arguments))
+        DefaultsStore::shared().holdWrites();
     if (command == u"settings"_s)
-        return SettingsCommand::run(arguments);
+        return confirmedSaved(SettingsCommand::run(arguments));
     if (command == u"notebook"_s)
-        return NotebookCommand::run(arguments);
+        return confirmedSaved(NotebookCommand::run(arguments));
     if (command == u"dictionaries"_s)
         return DictionariesCommand::run(arguments);
     if (command == u"translate-setup"_s)

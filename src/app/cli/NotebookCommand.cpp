@@ -96,10 +96,7 @@ int setStar(Vocabulary& vocabulary, const Options& options, bool wanted) {
     const QString text = options.words.join(u' ');
     if (Vocabulary::normalize(text, kind).isEmpty())
         return CommandLine::reportUsage();
-    const auto existing = vocabulary.entry(text, kind);
-    const bool starred = existing && existing->starred;
-    if (starred != wanted)
-        vocabulary.toggleStar(text, kind);
+    vocabulary.setStarred(text, kind, wanted);
     Output::line(stdout,
                  (wanted ? u"已收藏："_s : u"已取消收藏："_s) + Vocabulary::normalize(text, kind));
     return CommandLine::success;
@@ -110,13 +107,12 @@ int remove(Vocabulary& vocabulary, const Options& options) {
         return CommandLine::reportUsage();
     const Kind kind = options.flags.contains(u"--sentence"_s) ? Kind::sentence : Kind::word;
     const QString text = options.words.join(u' ');
-    const auto existing = vocabulary.entry(text, kind);
-    if (!existing) {
-        Output::line(stderr, u"生词本里没有「%1」。"_s.arg(Vocabulary::normalize(text, kind)));
+    const QString normalized = Vocabulary::normalize(text, kind);
+    if (!vocabulary.remove({.kind = kind, .text = normalized})) {
+        Output::line(stderr, u"生词本里没有「%1」。"_s.arg(normalized));
         return CommandLine::refused;
     }
-    vocabulary.remove(*existing);
-    Output::line(stdout, u"已删除：%1"_s.arg(existing->text));
+    Output::line(stdout, u"已删除：%1"_s.arg(normalized));
     return CommandLine::success;
 }
 

@@ -18,7 +18,7 @@ namespace {
 
 using Kind = Failure::Kind;
 
-Failure failure(Kind kind) {
+Failure failureOf(Kind kind) {
     switch (kind) {
     case Kind::missing:
         return {kind, u"文件不存在"_s};
@@ -94,26 +94,26 @@ Failure Failure::fromErrno(int error) {
     switch (error) {
     case ENOENT:
     case ENOTDIR:
-        return failure(Kind::missing);
+        return failureOf(Kind::missing);
     case EISDIR:
-        return failure(Kind::notRegular);
+        return failureOf(Kind::notRegular);
     case ENOSPC:
     case EDQUOT:
     case EFBIG:
-        return failure(Kind::noSpace);
+        return failureOf(Kind::noSpace);
     case EROFS:
-        return failure(Kind::readOnly);
+        return failureOf(Kind::readOnly);
     case EACCES:
     case EPERM:
-        return failure(Kind::denied);
+        return failureOf(Kind::denied);
     case EIO:
-        return failure(Kind::ioError);
+        return failureOf(Kind::ioError);
     case EWOULDBLOCK:
-        return failure(Kind::busy);
+        return failureOf(Kind::busy);
     default:
         break;
     }
-    Failure other = failure(Kind::other);
+    Failure other = failureOf(Kind::other);
     other.reason += u"（代码 %1）"_s.arg(error);
     return other;
 }
@@ -125,7 +125,7 @@ std::optional<Failure> writeAtomically(const QString& requestedPath, const QByte
     struct stat existing {};
     if (::stat(target.constData(), &existing) == 0) {
         if (!S_ISREG(existing.st_mode))
-            return failure(Kind::notRegular);
+            return failureOf(Kind::notRegular);
         mode = existing.st_mode & 07777;
     }
     const QString folder = QFileInfo(path).absolutePath();
@@ -164,9 +164,9 @@ std::variant<QByteArray, Failure> readRegularFile(const QString& path, qint64 ma
     if (::fstat(file.fd, &info) != 0)
         return Failure::fromErrno(errno);
     if (!S_ISREG(info.st_mode))
-        return failure(Kind::notRegular);
+        return failureOf(Kind::notRegular);
     if (info.st_size > maxBytes)
-        return failure(Kind::tooLarge);
+        return failureOf(Kind::tooLarge);
     QByteArray bytes;
     bytes.resize(static_cast<qsizetype>(info.st_size));
     qsizetype filled = 0;
@@ -174,7 +174,7 @@ std::variant<QByteArray, Failure> readRegularFile(const QString& path, qint64 ma
     for (;;) {
         if (filled == bytes.size()) {
             if (bytes.size() >= maxBytes + 1)
-                return failure(Kind::tooLarge);
+                return failureOf(Kind::tooLarge);
             bytes.resize(std::min<qsizetype>(bytes.size() + 4096, maxBytes + 1));
         }
         const ssize_t got =
@@ -189,7 +189,7 @@ std::variant<QByteArray, Failure> readRegularFile(const QString& path, qint64 ma
         filled += got;
     }
     if (filled > maxBytes)
-        return failure(Kind::tooLarge);
+        return failureOf(Kind::tooLarge);
     bytes.truncate(filled);
     return bytes;
 }
@@ -210,8 +210,8 @@ std::optional<Identity> identity(const QString& path) {
 }
 
 FolderLock::FolderLock(const QString& folder, int timeoutMs) {
-    if (!QDir().mkpath(folder) &&
-        ::mkdir(encoded(folder).constData(), 0700) != 0 && errno != EEXIST) {
+    if (!QDir().mkpath(folder) && ::mkdir(encoded(folder).constData(), 0700) != 0 &&
+        errno != EEXIST) {
         m_failure = Failure::fromErrno(errno);
         return;
     }
@@ -229,7 +229,7 @@ FolderLock::FolderLock(const QString& folder, int timeoutMs) {
             return;
         }
         if (std::chrono::steady_clock::now() >= deadline) {
-            m_failure = failure(Kind::busy);
+            m_failure = failureOf(Kind::busy);
             return;
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
