@@ -35,6 +35,10 @@ struct Failure {
 // An existing `path` that is not a regular file is refused and left as it is.
 std::optional<Failure> writeAtomically(const QString& path, const QByteArray& bytes);
 
+// Removes the temporary files writeAtomically left beside `path` when its writer died. Only
+// for a caller that holds the lock every writer of `path` holds while it writes.
+void removeLeftovers(const QString& path);
+
 // The whole content of a regular file of at most `maxBytes`. FIFOs, devices and folders are
 // refused without blocking.
 std::variant<QByteArray, Failure> readRegularFile(const QString& path, qint64 maxBytes);

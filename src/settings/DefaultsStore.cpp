@@ -139,6 +139,8 @@ void DefaultsStore::setAside() {
 void DefaultsStore::writeLocked() {
     if (m_pending.isEmpty() || m_keepsOffDisk)
         return;
+    // Under the lock no writer is at work: a temporary file here is a killed writer's.
+    SafeFiles::removeLeftovers(m_filePath);
     if (const std::optional<SafeFiles::Failure> failure =
             SafeFiles::writeAtomically(m_filePath, DefaultsJson::serialize(m_values))) {
         const bool first = !m_writeFailure;
@@ -172,7 +174,7 @@ void DefaultsStore::transaction(const std::function<void()>& change) {
     }
     ++m_transactionDepth;
     // Others' changes are announced first, so mirrors of a key are current for `change`.
-    announce(sync(lock ? Unreadable::keepAside : Unreadable::leave));
+    announceOthers(sync(lock ? Unreadable::keepAside : Unreadable::leave));
     change();
     --m_transactionDepth;
     if (lock)
@@ -183,7 +185,7 @@ void DefaultsStore::transaction(const std::function<void()>& change) {
 
 void DefaultsStore::refresh() {
     if (m_transactionDepth == 0)
-        announce(sync(Unreadable::leave));
+        announceOthers(sync(Unreadable::leave));
 }
 
 void DefaultsStore::retryUnsavedChanges() {
@@ -207,6 +209,13 @@ void DefaultsStore::watchFile() {
     connect(m_watcher, &QFileSystemWatcher::directoryChanged, this, follow);
     connect(m_watcher, &QFileSystemWatcher::fileChanged, this, follow);
     follow();
+}
+
+void DefaultsStore::announceOthers(const QStringList& keys) {
+    if (keys.isEmpty())
+        return;
+    announce(keys);
+    Q_EMIT changedElsewhere(keys);
 }
 
 void DefaultsStore::announce(const QStringList& keys) {

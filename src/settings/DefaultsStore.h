@@ -96,6 +96,8 @@ Q_SIGNALS:
     void writeFailed(const SafeFiles::Failure& failure);
     // Everything that was only in memory is on disk again.
     void writesRecovered();
+    // Keys another process (or a person) changed in the file, after their valueChanged.
+    void changedElsewhere(const QStringList& keys);
 
 private:
     enum class Unreadable { keepAside, leave };
@@ -106,6 +108,7 @@ private:
     // Writes m_values; the caller holds the folder lock.
     void writeLocked();
     void announce(const QStringList& keys);
+    void announceOthers(const QStringList& keys);
 
     QString m_filePath;
     std::function<void(const QString&)> m_notice;

@@ -226,6 +226,9 @@ TEST_F(CommandLineTest, SettingsAreCheckedWithClearErrors) {
     file.write("{\"trigger.pointerKey\": \"control\",,,");
     file.close();
     EXPECT_EQ(settings({u"get"_s, u"trigger.pointerKey"_s}).out, u"option"_s);
+    // Reading leaves it where it is; the first change keeps it aside.
+    EXPECT_TRUE(QDir(config.filePath(u"Quillet"_s)).entryList({u"*.unreadable-*"_s}).isEmpty());
+    EXPECT_EQ(settings({u"set"_s, u"speaksOnLookup"_s, u"true"_s}).exitCode, 0);
     EXPECT_EQ(QDir(config.filePath(u"Quillet"_s)).entryList({u"*.unreadable-*"_s}).size(), 1);
 }
 

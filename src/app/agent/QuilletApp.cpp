@@ -23,6 +23,7 @@
 #include <QApplication>
 #include <QDesktopServices>
 #include <QScopeGuard>
+#include <QRegularExpression>
 #include <QScreen>
 #include <QTimer>
 #include <QUrl>
@@ -54,6 +55,13 @@ void openInDictionary(const QString& word) {
 // person is told once, and the agent tries again until the disk takes them.
 void watchSettingsFile(DefaultsStore& store, NotchPanel& panel, EventLog& log) {
     store.watchFile();
+    QObject::connect(&store, &DefaultsStore::changedElsewhere, &panel,
+                     [&log](QStringList keys) {
+                         keys.replaceInStrings(QRegularExpression(u"^vocabulary2$"_s),
+                                               u"生词本"_s);
+                         log.append(EventLog::Kind::trigger,
+                                    u"设置｜已采用其他程序保存的改动："_s + keys.join(u"、"_s));
+                     });
     auto* retry = new QTimer(&panel);
     retry->setInterval(std::chrono::seconds(30));
     QObject::connect(retry, &QTimer::timeout, &store, [&store] { store.retryUnsavedChanges(); });

@@ -155,6 +155,15 @@ std::optional<Failure> writeAtomically(const QString& requestedPath, const QByte
     return std::nullopt;
 }
 
+void removeLeftovers(const QString& path) {
+    const QFileInfo target(resolvedTarget(path));
+    QDir folder(target.absolutePath());
+    const QString prefix = u"."_s + target.fileName() + u"."_s;
+    for (const QString& name :
+         folder.entryList({prefix + u"??????"_s}, QDir::Files | QDir::Hidden | QDir::System))
+        folder.remove(name);
+}
+
 std::variant<QByteArray, Failure> readRegularFile(const QString& path, qint64 maxBytes) {
     // O_NONBLOCK: opening a FIFO must not wait for a writer.
     Descriptor file{::open(encoded(path).constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC)};
