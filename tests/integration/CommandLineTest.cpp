@@ -165,8 +165,9 @@ TEST(AgentHandoverTest, NoCommandExecsTheAgentBesideOrSaysWhyNot) {
     process.start(command, {});
     ASSERT_TRUE(process.waitForFinished(10'000));
     EXPECT_EQ(process.exitCode(), 71);
-    EXPECT_TRUE(
-        QString::fromUtf8(process.readAllStandardError()).startsWith(u"Quillet 无法启动"_s));
+    // In Chinese, without the system's English words.
+    EXPECT_EQ(QString::fromUtf8(process.readAllStandardError()).trimmed(),
+              u"Quillet 无法启动 %1：文件不存在"_s.arg(folder.filePath(u"quillet-agent"_s)));
 
     QFile agent(folder.filePath(u"quillet-agent"_s));
     ASSERT_TRUE(agent.open(QIODevice::WriteOnly));
