@@ -1,11 +1,11 @@
 #include "AgentLauncher.h"
 
 #include "platform/PlatformPaths.h"
+#include "platform/SafeFiles.h"
 
 #include <QByteArray>
 #include <cerrno>
 #include <cstdio>
-#include <cstring>
 #include <unistd.h>
 #include <vector>
 
@@ -25,7 +25,8 @@ int exec(int argc, char** argv) {
     arguments.insert(arguments.end(), argv + 1, argv + argc);
     arguments.push_back(nullptr);
     ::execv(path.constData(), arguments.data());
-    const QByteArray reason = QString::fromLocal8Bit(std::strerror(errno)).toUtf8();
+    // The system's own words are English; the reason is said in Chinese like every message.
+    const QByteArray reason = SafeFiles::Failure::fromErrno(errno).reason.toUtf8();
     std::fprintf(stderr, "Quillet 无法启动 %s：%s\n", path.constData(), reason.constData());
     return kCannotStart;
 }

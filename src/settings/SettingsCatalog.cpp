@@ -7,6 +7,7 @@
 
 #include <QJsonArray>
 #include <QJsonDocument>
+#include <cmath>
 
 using namespace Qt::StringLiterals;
 
@@ -14,8 +15,47 @@ namespace {
 
 using Setting = SettingsCatalog::Setting;
 
+bool isHanOrFullWidth(QChar character) {
+    return character.unicode() >= 0x2E80;
+}
+
+bool isLatinOrDigit(QChar character) {
+    return character.unicode() < 0x80 && character.isLetterOrNumber();
+}
+
+// Chinese text meets numbers and Latin words with a space between them.
+QString spacedJoin(const QString& first, const QString& second) {
+    if (first.isEmpty() || second.isEmpty())
+        return first + second;
+    const QChar last = first.back();
+    const QChar next = second.front();
+    const bool needsSpace = (isHanOrFullWidth(last) && isLatinOrDigit(next)) ||
+                            (isLatinOrDigit(last) && isHanOrFullWidth(next));
+    return needsSpace ? first + u' ' + second : first + second;
+}
+
 std::optional<QString> refusal(const QString& key, const QString& hint, const QString& value) {
-    return u"「%1」需要%2，收到「%3」。"_s.arg(key, hint, value);
+    return spacedJoin(u"「%1」需要"_s.arg(key), hint) + u"，收到「%1」。"_s.arg(value);
+}
+
+// A plain decimal number of seconds: no sign, exponent, hexadecimal, "nan" or "inf", which
+// the general number parser would take.
+std::optional<double> plainDecimal(const QString& text) {
+    qsizetype digits = 0;
+    qsizetype points = 0;
+    for (const QChar character : text) {
+        if (character == u'.')
+            ++points;
+        else if (character >= u'0' && character <= u'9')
+            ++digits;
+        else
+            return std::nullopt;
+    }
+    bool isNumber = false;
+    const double value = text.toDouble(&isNumber);
+    if (digits == 0 || points > 1 || !isNumber || !std::isfinite(value))
+        return std::nullopt;
+    return value;
 }
 
 Setting boolSetting(const QString& key, std::function<bool()> get, std::function<void(bool)> set) {
@@ -44,8 +84,11 @@ Setting choiceSetting(const QString& key, const QStringList& choices, std::funct
             }};
 }
 
+// Nothing when a list may be stored, else why not.
+using ListCheck = std::function<std::optional<QString>(const QStringList&)>;
+
 Setting listSetting(const QString& key, std::function<QStringList()> get,
-                    std::function<void(const QStringList&)> set) {
+                    std::function<void(const QStringList&)> set, ListCheck check = {}) {
     const QString hint = u"文本的 JSON 数组（如 [\"bundled\"]）"_s;
     return {
         key, hint,
@@ -63,6 +106,10 @@ Setting listSetting(const QString& key, std::function<QStringList()> get,
                     return refusal(key, hint, value);
                 list.append(member.toString());
             }
+            if (check) {
+                if (std::optional<QString> problem = check(list))
+                    return problem;
+            }
             set(list);
             return std::nullopt;
         }};
@@ -73,13 +120,34 @@ Setting secondsSetting(const QString& key, std::function<double()> get,
     const QString hint = u"0 到 10 之间的秒数"_s;
     return {key, hint, [get] { return QString::number(get()); },
             [=](const QString& value) -> std::optional<QString> {
-                bool isNumber = false;
-                const double seconds = value.trimmed().toDouble(&isNumber);
-                if (!isNumber || seconds < 0 || seconds > 10)
+                const std::optional<double> seconds = plainDecimal(value.trimmed());
+                if (!seconds || *seconds > 10)
                     return refusal(key, hint, value);
-                set(seconds);
+                set(*seconds);
                 return std::nullopt;
             }};
+}
+
+// Only dictionaries that are there, each once, and at least one.
+ListCheck dictionaryOrderCheck(std::function<QStringList()> installed) {
+    return [installed = std::move(installed)](const QStringList& order) -> std::optional<QString> {
+        const QStringList present = installed();
+        const QString listing = u"已安装的词典："_s + present.join(u"、"_s);
+        if (order.isEmpty())
+            return u"「dictionaryOrder」不能是空列表；"_s + listing;
+        QStringList missing;
+        for (const QString& identifier : order) {
+            if (!present.contains(identifier) && !missing.contains(identifier))
+                missing.append(identifier);
+        }
+        if (!missing.isEmpty())
+            return u"「dictionaryOrder」里的 %1 没有安装；"_s.arg(missing.join(u"、"_s)) + listing;
+        for (const QString& identifier : order) {
+            if (order.count(identifier) > 1)
+                return u"「dictionaryOrder」里的 %1 出现了不止一次"_s.arg(identifier);
+        }
+        return std::nullopt;
+    };
 }
 
 // The translation server: where it is, which protocol it speaks, which model answers.
@@ -145,7 +213,8 @@ Setting hotKeySetting(TriggerSettings& triggers) {
 } // namespace
 
 SettingsCatalog::SettingsCatalog(Preferences& preferences, TriggerSettings& triggers,
-                                 FilterPreferences& filter) {
+                                 FilterPreferences& filter,
+                                 std::function<QStringList()> installedDictionaries) {
     using PointerKey = TriggerSettings::PointerKey;
     using Method = TriggerSettings::Method;
     Preferences* p = &preferences;
@@ -156,7 +225,8 @@ SettingsCatalog::SettingsCatalog(Preferences& preferences, TriggerSettings& trig
             [p](bool v) { p->setVocabularyEnabled(v); }),
         listSetting(
             u"dictionaryOrder"_s, [p] { return p->dictionaryOrder(); },
-            [p](const QStringList& v) { p->setDictionaryOrder(v); }),
+            [p](const QStringList& v) { p->setDictionaryOrder(v); },
+            dictionaryOrderCheck(std::move(installedDictionaries))),
         listSetting(
             u"removedDictionaries"_s, [p] { return p->removedDictionaries(); },
             [p](const QStringList& v) { p->setRemovedDictionaries(v); }),

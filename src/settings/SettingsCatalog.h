@@ -2,6 +2,7 @@
 
 #include <QList>
 #include <QString>
+#include <QStringList>
 #include <functional>
 #include <optional>
 
@@ -21,7 +22,10 @@ public:
         std::function<std::optional<QString>(const QString& value)> write;
     };
 
-    SettingsCatalog(Preferences& preferences, TriggerSettings& triggers, FilterPreferences& filter);
+    // `installedDictionaries`: the identifiers a dictionary order may name ("bundled" and the
+    // system's dictionaries).
+    SettingsCatalog(Preferences& preferences, TriggerSettings& triggers, FilterPreferences& filter,
+                    std::function<QStringList()> installedDictionaries);
 
     const QList<Setting>& settings() const { return m_settings; }
     const Setting* find(const QString& key) const;

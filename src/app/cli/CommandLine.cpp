@@ -8,6 +8,7 @@
 #include "cli/ResultRendering.h"
 #include "cli/SettingsCommand.h"
 #include "cli/TranslateSetupCommand.h"
+#include "cli/Usage.h"
 #include "core/CaptureFilter.h"
 #include "core/LookupEngine.h"
 #include "core/LookupLogLines.h"
@@ -31,17 +32,11 @@ using namespace Qt::StringLiterals;
 namespace CommandLine {
 namespace {
 
-const QString kUsage =
-    u"用法：quillet lookup [--json] 文本…\n"
-    "      quillet lookup --all [--json] 单词\n"
-    "      quillet check [--json] 文本…\n"
-    "      quillet dictionaries [--json]\n"
-    "      quillet log [--lines N]\n"
-    "      quillet settings list | get 键 | set 键 值\n"
-    "      quillet notebook list [--starred] [--json] | star 文本 [--sentence] |\n"
-    "               unstar 文本 [--sentence] | remove 文本 [--sentence] | clear |\n"
-    "               export --format anki|plain [--scope starred|all] [-o 文件]\n"
-    "      quillet translate-setup"_s;
+// The command being run, so a usage error without a command named shows its form.
+QString& currentCommand() {
+    static QString command;
+    return command;
+}
 
 // The feature name of lookups asked for on the command line, in event-log lines.
 const QString kFeature = u"命令行"_s;
@@ -53,9 +48,16 @@ template <typename Value> void print(const Value& value, bool json) {
         Output::line(stdout, ResultRendering::plain(value));
 }
 
+void printRefusal(RejectReason reason, const TextInvocation& invocation) {
+    if (invocation.json)
+        Output::line(stdout, ResultRendering::json(reason, invocation.text));
+    else
+        Output::line(stdout, ResultRendering::plain(reason, invocation.text));
+}
+
 int check(const TextInvocation& invocation) {
     if (const auto reason = firstRejection(invocation.text)) {
-        print(*reason, invocation.json);
+        printRefusal(*reason, invocation);
         return refused;
     }
     print(TextFilter::kind(invocation.text), invocation.json);
@@ -70,7 +72,7 @@ int lookup(const TextInvocation& invocation) {
         if (!RejectReasons::keepsNoCopy(*reason) && *reason != RejectReason::empty)
             content += u"｜"_s + EventLog::privateSegment(UnicodeText::trimmed(text));
         log.append(EventLog::Kind::reject, content);
-        print(*reason, invocation.json);
+        printRefusal(*reason, invocation);
         return refused;
     }
     const bool isWord = TextFilter::kind(text) == QueryKind::word;
@@ -115,14 +117,20 @@ bool changesData(const QString& command, const QStringList& arguments) {
            QStringList{u"star"_s, u"unstar"_s, u"remove"_s, u"clear"_s}.contains(action);
 }
 
-// A change reported as done must be on disk: when the last write failed, say why and fail.
-int confirmedSaved(int status) {
-    const DefaultsStore& store = DefaultsStore::shared();
-    const std::optional<SafeFiles::Failure>& failure = store.writeFailure();
-    if (!failure || !store.hasUnsavedChanges())
-        return status;
-    Output::line(stderr, u"无法保存改动：%1（%2）"_s.arg(failure->reason, store.filePath()));
-    return refused;
+// `quillet help [COMMAND]`, `quillet --help`, `quillet --version`; nothing for a command.
+std::optional<int> answerGeneral(const QString& command, const QStringList& arguments) {
+    if (command == u"--version"_s && arguments.isEmpty()) {
+        Output::line(stdout, u"quillet "_s + QStringLiteral(QUILLET_VERSION));
+        return success;
+    }
+    const bool help = command == u"--help"_s || command == u"-h"_s || command == u"help"_s;
+    if (!help)
+        return std::nullopt;
+    const QString topic = arguments.value(0);
+    if (arguments.size() > 1 || (!topic.isEmpty() && !Usage::isCommand(topic)))
+        return usageError(u"没有这个命令：%1"_s.arg(arguments.join(u' ')));
+    Output::line(stdout, topic.isEmpty() ? Usage::full() : Usage::ofCommand(topic));
+    return success;
 }
 
 } // namespace
@@ -136,8 +144,18 @@ std::optional<int> run(int argc, char** argv) {
         arguments.append(QString::fromUtf8(argv[i]));
     const QString command = arguments.takeFirst();
 
-    if (command == u"--help"_s || command == u"help"_s) {
-        Output::line(stdout, kUsage);
+    if (const std::optional<int> answered = answerGeneral(command, arguments))
+        return answered;
+    if (!Usage::isCommand(command)) {
+        if (command.isEmpty())
+            return usageError(u"命令是空的"_s);
+        return usageError((command.startsWith(u'-') ? u"未知选项："_s : u"未知命令："_s) + command);
+    }
+    currentCommand() = command;
+    // lookup and check read their own options: a text may be "-h" after "--".
+    const bool takesText = command == u"lookup"_s || command == u"check"_s;
+    if (!takesText && asksForHelp(arguments)) {
+        Output::line(stdout, Usage::ofCommand(command));
         return success;
     }
     if (command == u"log"_s)
@@ -149,52 +167,92 @@ std::optional<int> run(int argc, char** argv) {
     if (!changesData(command, arguments))
         DefaultsStore::shared().holdWrites();
     if (command == u"settings"_s)
-        return confirmedSaved(SettingsCommand::run(arguments));
+        return SettingsCommand::run(arguments);
     if (command == u"notebook"_s)
-        return confirmedSaved(NotebookCommand::run(arguments));
+        return NotebookCommand::run(arguments);
     if (command == u"dictionaries"_s)
         return DictionariesCommand::run(arguments);
     if (command == u"translate-setup"_s)
         return TranslateSetupCommand::run(arguments);
-    if (command != u"lookup"_s && command != u"check"_s)
-        return reportUsage();
-    const std::optional<TextInvocation> invocation = parseText(arguments);
-    if (!invocation || (invocation->all && command != u"lookup"_s))
-        return reportUsage();
-    if (invocation->all)
-        return LookupAllCommand::run(*invocation);
-    return command == u"check"_s ? check(*invocation) : lookup(*invocation);
+
+    const std::variant<TextInvocation, QString> parsed = parseText(arguments);
+    if (const auto* problem = std::get_if<QString>(&parsed))
+        return usageError(*problem, command);
+    const TextInvocation& invocation = std::get<TextInvocation>(parsed);
+    if (invocation.help) {
+        Output::line(stdout, Usage::ofCommand(command));
+        return success;
+    }
+    if (invocation.all && command != u"lookup"_s)
+        return usageError(u"--all 只能用于 lookup"_s, command);
+    if (invocation.all)
+        return LookupAllCommand::run(invocation);
+    return command == u"check"_s ? check(invocation) : lookup(invocation);
 }
 
-int reportUsage() {
-    Output::line(stderr, kUsage);
+int usageError(const QString& problem, const QString& command) {
+    Output::line(stderr, problem);
+    Output::line(stderr, Usage::brief(command));
     return usage;
 }
 
-std::optional<TextInvocation> parseText(const QStringList& arguments) {
+int reportUsage() {
+    return usageError(u"参数不对"_s, currentCommand());
+}
+
+bool asksForHelp(const QStringList& arguments) {
+    for (const QString& argument : arguments) {
+        if (argument == u"--"_s)
+            return false;
+        if (argument == u"-h"_s || argument == u"--help"_s)
+            return true;
+    }
+    return false;
+}
+
+qsizetype lengthLimit() {
+    return TranslationLimits::characterLimit(TranslationLimit::standard);
+}
+
+std::variant<TextInvocation, QString> parseText(const QStringList& arguments) {
     TextInvocation invocation;
     qsizetype i = 0;
-    for (; i < arguments.size() && arguments[i].startsWith(u"--"_s); ++i) {
-        if (arguments[i] == u"--"_s) {
+    for (; i < arguments.size() && arguments[i].startsWith(u'-') && arguments[i].size() > 1; ++i) {
+        const QString& option = arguments[i];
+        if (option == u"--"_s) {
             ++i;
             break;
         }
-        if (arguments[i] == u"--json"_s)
+        if (option == u"--json"_s)
             invocation.json = true;
-        else if (arguments[i] == u"--all"_s)
+        else if (option == u"--all"_s)
             invocation.all = true;
+        else if (option == u"-h"_s || option == u"--help"_s)
+            invocation.help = true;
         else
-            return std::nullopt;
+            return u"未知选项："_s + option;
     }
+    if (i == arguments.size() && !invocation.help)
+        return u"缺少要查的文本"_s;
     invocation.text = arguments.sliced(i).join(u' ');
     return invocation;
+}
+
+std::optional<int> unsavedChanges() {
+    const DefaultsStore& store = DefaultsStore::shared();
+    const std::optional<SafeFiles::Failure>& failure = store.writeFailure();
+    if (!failure || !store.hasUnsavedChanges())
+        return std::nullopt;
+    Output::line(stderr, u"无法保存改动：%1（%2）"_s.arg(failure->reason, store.filePath()));
+    return refused;
 }
 
 std::optional<RejectReason> firstRejection(const QString& text) {
     // A one-shot process has no previous query, so the duplicate rule never fires here.
     return CaptureFilter::firstRejection(
         CaptureFilter::Capture{.text = text, .channel = CaptureFilter::Channel::onDemand},
-        CaptureFilter::Settings{}, std::nullopt, QDateTime::currentDateTimeUtc());
+        CaptureFilter::Settings{.lengthLimit = TranslationLimit::standard}, std::nullopt,
+        QDateTime::currentDateTimeUtc());
 }
 
 } // namespace CommandLine

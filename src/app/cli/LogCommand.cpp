@@ -2,9 +2,10 @@
 
 #include "cli/CommandLine.h"
 #include "cli/Output.h"
+#include "platform/SafeFiles.h"
 #include "settings/DiagnosticLog.h"
 
-#include <QFile>
+#include <variant>
 
 using namespace Qt::StringLiterals;
 
@@ -13,11 +14,20 @@ namespace {
 
 constexpr qsizetype kDefaultLines = 50;
 
+// The log rotates past a million bytes; anything far larger is not a log of ours.
+constexpr qint64 kMaxFileBytes = 16 * 1024 * 1024;
+
+// A missing file has no lines; one that cannot be read (a FIFO planted in its place, no
+// permission) is said so, and the other file is still shown.
 QStringList linesOf(const QString& path) {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
+    const std::variant<QByteArray, SafeFiles::Failure> read =
+        SafeFiles::readRegularFile(path, kMaxFileBytes);
+    if (const auto* failure = std::get_if<SafeFiles::Failure>(&read)) {
+        if (failure->kind != SafeFiles::Failure::Kind::missing)
+            Output::line(stderr, u"无法读取 %1：%2"_s.arg(path, failure->reason));
         return {};
-    QStringList lines = QString::fromUtf8(file.readAll()).split(u'\n');
+    }
+    QStringList lines = QString::fromUtf8(std::get<QByteArray>(read)).split(u'\n');
     if (!lines.isEmpty() && lines.last().isEmpty())
         lines.removeLast();
     return lines;
@@ -28,11 +38,21 @@ QStringList linesOf(const QString& path) {
 int run(const QStringList& arguments) {
     qsizetype wanted = kDefaultLines;
     if (!arguments.isEmpty()) {
+        const auto problem = [](const QString& text) {
+            return CommandLine::usageError(text, u"log"_s);
+        };
+        if (arguments[0] != u"--lines"_s)
+            return problem(u"未知选项："_s + arguments[0]);
+        if (arguments.size() < 2)
+            return problem(u"--lines 需要一个数字"_s);
+        if (arguments.size() > 2)
+            return problem(u"多余的参数："_s + arguments.mid(2).join(u' '));
         bool isNumber = false;
-        if (arguments.size() == 2 && arguments[0] == u"--lines"_s)
-            wanted = arguments[1].toLongLong(&isNumber);
-        if (!isNumber || wanted < 1)
-            return CommandLine::reportUsage();
+        wanted = arguments[1].toLongLong(&isNumber);
+        if (!isNumber)
+            return problem(u"--lines 需要一个数字，收到「%1」"_s.arg(arguments[1]));
+        if (wanted < 1)
+            return problem(u"--lines 至少是 1，收到 %1"_s.arg(arguments[1]));
     }
     const std::optional<QString> folder = DiagnosticLog::directory();
     if (!folder) {

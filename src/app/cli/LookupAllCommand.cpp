@@ -18,8 +18,10 @@ namespace LookupAllCommand {
 int run(const CommandLine::TextInvocation& invocation) {
     // The same refusals as an ordinary lookup, so nothing is read that would not be.
     if (const auto rejection = CommandLine::firstRejection(invocation.text)) {
-        Output::line(stdout, invocation.json ? ResultRendering::json(*rejection)
-                                             : ResultRendering::plain(*rejection).toUtf8());
+        if (invocation.json)
+            Output::line(stdout, ResultRendering::json(*rejection, invocation.text));
+        else
+            Output::line(stdout, ResultRendering::plain(*rejection, invocation.text));
         return CommandLine::refused;
     }
     const QString term = UnicodeText::trimmed(invocation.text);
@@ -43,8 +45,10 @@ int run(const CommandLine::TextInvocation& invocation) {
             Output::line(stderr, message);
         return CommandLine::failed;
     }
-    Output::line(stdout, invocation.json ? ResultRendering::json(term, sources)
-                                         : ResultRendering::plain(term, sources).toUtf8());
+    if (invocation.json)
+        Output::line(stdout, ResultRendering::json(term, sources));
+    else
+        Output::line(stdout, ResultRendering::plain(term, sources));
     return CommandLine::success;
 }
 

@@ -2,14 +2,18 @@
 
 #include "cli/CommandLine.h"
 #include "cli/Output.h"
+#include "cli/ResultRendering.h"
+#include "cli/TerminalText.h"
+#include "core/UnicodeText.h"
 #include "notebook/Vocabulary.h"
+#include "platform/SafeFiles.h"
 #include "settings/RenameMigration.h"
 
 #include <QHash>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QSaveFile>
+#include <variant>
 
 using namespace Qt::StringLiterals;
 
@@ -18,6 +22,10 @@ namespace {
 
 using Kind = Vocabulary::Kind;
 
+int usageError(const QString& problem) {
+    return CommandLine::usageError(problem, u"notebook"_s);
+}
+
 // The options of one call: flags, "--name value" pairs and the remaining words.
 struct Options {
     QStringList flags;
@@ -25,24 +33,62 @@ struct Options {
     QStringList words;
 };
 
-std::optional<Options> parse(const QStringList& arguments, const QStringList& valueOptions,
-                             const QStringList& flagOptions) {
+// What an option that takes a value says when the value is missing.
+QString needsValue(const QString& option) {
+    if (option == u"--format"_s)
+        return u"--format 需要 anki 或 plain"_s;
+    if (option == u"--scope"_s)
+        return u"--scope 需要 starred 或 all"_s;
+    return option + u" 需要一个文件名"_s;
+}
+
+// The options, or the problem with them.
+std::variant<Options, QString> parse(const QStringList& arguments, const QStringList& valueOptions,
+                                     const QStringList& flagOptions) {
     Options options;
     for (qsizetype i = 0; i < arguments.size(); ++i) {
         const QString& argument = arguments[i];
         if (valueOptions.contains(argument)) {
-            if (i + 1 >= arguments.size())
-                return std::nullopt;
+            if (i + 1 >= arguments.size() || arguments[i + 1].isEmpty())
+                return needsValue(argument);
             options.values.insert(argument, arguments[++i]);
         } else if (flagOptions.contains(argument)) {
             options.flags.append(argument);
         } else if (argument.startsWith(u"-"_s) && argument.size() > 1 && options.words.isEmpty()) {
-            return std::nullopt;
+            // Inside a text, after its first word, a dash is part of the text.
+            return u"未知选项："_s + argument;
         } else {
             options.words.append(argument);
         }
     }
     return options;
+}
+
+// A text quoted inside a message: on one line, long ones cut.
+QString quoted(const QString& text) {
+    constexpr qsizetype kShown = 40;
+    const QStringView shown = UnicodeText::leadingCharacters(text, kShown);
+    return u"「"_s + TerminalText::oneLine(shown) +
+           (shown.size() < text.size() ? u"…」"_s : u"」"_s);
+}
+
+// Why the notebook would not keep `text` as a `kind`, or nothing when it would.
+std::optional<QString> starRefusal(const QString& text, Kind kind) {
+    const QString normalized = Vocabulary::normalize(text, kind);
+    if (normalized.isEmpty())
+        return u"没有可收藏的文本"_s;
+    if (kind == Kind::sentence) {
+        if (UnicodeText::characterCount(normalized) > CommandLine::lengthLimit())
+            return ResultRendering::plain(RejectReason::tooLong, normalized);
+        return std::nullopt;
+    }
+    if (Vocabulary::isRecordableWord(normalized))
+        return std::nullopt;
+    QString refusal =
+        quoted(normalized) + u"不能作为单词收藏：单词只能由英文字母、连字符（-）和撇号（'）组成"_s;
+    if (UnicodeText::containsWhiteSpace(normalized))
+        refusal += u"；收藏句子请加 --sentence"_s;
+    return refusal;
 }
 
 QString dateText(const std::optional<QDateTime>& date) {
@@ -81,61 +127,80 @@ int list(Vocabulary& vocabulary, const Options& options) {
         return CommandLine::success;
     }
     for (const Vocabulary::Entry& entry : entries) {
-        Output::line(stdout, (entry.starred ? u"★ "_s : u"  "_s) + entry.text + u"\t查过 "_s +
+        Output::line(stdout, (entry.starred ? u"★ "_s : u"  "_s) +
+                                 TerminalText::oneLine(entry.text) + u"\t查过 "_s +
                                  QString::number(entry.count) + u" 次\t"_s +
                                  dateText(entry.lastDate));
     }
     return CommandLine::success;
 }
 
-// star / unstar: bring the entry to the wanted state (toggling only when it differs).
-int setStar(Vocabulary& vocabulary, const Options& options, bool wanted) {
-    if (options.words.isEmpty())
-        return CommandLine::reportUsage();
-    const Kind kind = options.flags.contains(u"--sentence"_s) ? Kind::sentence : Kind::word;
+Kind kindOf(const Options& options) {
+    return options.flags.contains(u"--sentence"_s) ? Kind::sentence : Kind::word;
+}
+
+int star(Vocabulary& vocabulary, const Options& options) {
+    const Kind kind = kindOf(options);
     const QString text = options.words.join(u' ');
-    if (Vocabulary::normalize(text, kind).isEmpty())
-        return CommandLine::reportUsage();
-    vocabulary.setStarred(text, kind, wanted);
-    Output::line(stdout,
-                 (wanted ? u"已收藏："_s : u"已取消收藏："_s) + Vocabulary::normalize(text, kind));
+    if (const std::optional<QString> refusal = starRefusal(text, kind)) {
+        Output::line(stderr, *refusal);
+        return CommandLine::refused;
+    }
+    vocabulary.setStarred(text, kind, true);
+    if (const std::optional<int> unsaved = CommandLine::unsavedChanges())
+        return *unsaved;
+    Output::line(stdout, u"已收藏："_s + Vocabulary::normalize(text, kind));
     return CommandLine::success;
 }
 
-int remove(Vocabulary& vocabulary, const Options& options) {
-    if (options.words.isEmpty())
-        return CommandLine::reportUsage();
-    const Kind kind = options.flags.contains(u"--sentence"_s) ? Kind::sentence : Kind::word;
+// unstar and remove: an item that is not there is said so, exit 1.
+int unstarOrRemove(Vocabulary& vocabulary, const Options& options, bool removes) {
+    const Kind kind = kindOf(options);
     const QString text = options.words.join(u' ');
     const QString normalized = Vocabulary::normalize(text, kind);
-    if (!vocabulary.remove({.kind = kind, .text = normalized})) {
-        Output::line(stderr, u"生词本里没有「%1」。"_s.arg(normalized));
+    // One step each, so a change by another process in between cannot be undone here.
+    const bool changed = removes ? vocabulary.remove({.kind = kind, .text = normalized})
+                                 : vocabulary.setStarred(text, kind, false);
+    if (const std::optional<int> unsaved = CommandLine::unsavedChanges())
+        return *unsaved;
+    if (!changed) {
+        const auto existing = vocabulary.entry(text, kind);
+        Output::line(stderr, existing ? u"%1没有收藏。"_s.arg(quoted(existing->text))
+                                      : u"生词本里没有%1。"_s.arg(quoted(normalized)));
         return CommandLine::refused;
     }
-    Output::line(stdout, u"已删除：%1"_s.arg(normalized));
+    Output::line(stdout, (removes ? u"已删除："_s : u"已取消收藏："_s) + normalized);
     return CommandLine::success;
 }
 
 int exportEntries(Vocabulary& vocabulary, const Options& options) {
     const QString format = options.values.value(u"--format"_s);
     const QString scope = options.values.value(u"--scope"_s, u"all"_s);
-    if ((format != u"anki"_s && format != u"plain"_s) ||
-        (scope != u"starred"_s && scope != u"all"_s) || !options.words.isEmpty())
-        return CommandLine::reportUsage();
+    if (format != u"anki"_s && format != u"plain"_s) {
+        return usageError(format.isEmpty()
+                              ? needsValue(u"--format"_s)
+                              : needsValue(u"--format"_s) + u"，收到「%1」"_s.arg(format));
+    }
+    if (scope != u"starred"_s && scope != u"all"_s)
+        return usageError(needsValue(u"--scope"_s) + u"，收到「%1」"_s.arg(scope));
+    if (!options.words.isEmpty())
+        return usageError(u"多余的参数："_s + options.words.join(u' '));
     const QString text = vocabulary.exportText(
         format == u"anki"_s ? Vocabulary::ExportFormat::anki : Vocabulary::ExportFormat::plain,
         scope == u"starred"_s ? Vocabulary::ExportScope::starred : Vocabulary::ExportScope::all);
-    const QString path = options.values.value(u"-o"_s);
-    if (path.isEmpty()) {
-        const QByteArray bytes = text.toUtf8();
+    if (!options.values.contains(u"-o"_s)) {
+        // Data, exact in a pipe or a file; only a terminal gets its controls escaped.
+        const QByteArray bytes =
+            (TerminalText::isTerminal(stdout) ? TerminalText::safe(text) : text).toUtf8();
         std::fwrite(bytes.constData(), 1, static_cast<size_t>(bytes.size()), stdout);
         std::fflush(stdout);
         return CommandLine::success;
     }
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(text.toUtf8()) < 0 || !file.commit()) {
-        Output::line(stderr, u"无法写入 %1：%2"_s.arg(path, file.errorString()));
-        return CommandLine::failed;
+    const QString path = options.values.value(u"-o"_s);
+    if (const std::optional<SafeFiles::Failure> failure =
+            SafeFiles::writeAtomically(path, text.toUtf8())) {
+        Output::line(stderr, u"无法写入 %1：%2"_s.arg(path, failure->reason));
+        return CommandLine::refused;
     }
     Output::line(stdout, u"已导出到 %1"_s.arg(path));
     return CommandLine::success;
@@ -146,29 +211,41 @@ int exportEntries(Vocabulary& vocabulary, const Options& options) {
 int run(const QStringList& arguments) {
     const QString action = arguments.value(0);
     const QStringList rest = arguments.mid(1);
-    std::optional<Options> options;
+    std::variant<Options, QString> parsed = Options{};
     if (action == u"list"_s)
-        options = parse(rest, {}, {u"--starred"_s, u"--json"_s});
+        parsed = parse(rest, {}, {u"--starred"_s, u"--json"_s});
     else if (action == u"star"_s || action == u"unstar"_s || action == u"remove"_s)
-        options = parse(rest, {}, {u"--sentence"_s});
+        parsed = parse(rest, {}, {u"--sentence"_s});
     else if (action == u"export"_s)
-        options = parse(rest, {u"--format"_s, u"--scope"_s, u"-o"_s}, {});
-    else if (action == u"clear"_s && rest.isEmpty())
-        options = Options{};
-    if (!options)
-        return CommandLine::reportUsage();
+        parsed = parse(rest, {u"--format"_s, u"--scope"_s, u"-o"_s}, {});
+    else if (action.isEmpty())
+        return usageError(u"缺少操作：list、star、unstar、remove、clear 或 export"_s);
+    else if (action != u"clear"_s)
+        return usageError(u"未知操作："_s + action);
+    if (const auto* problem = std::get_if<QString>(&parsed))
+        return usageError(*problem);
+    const Options& options = std::get<Options>(parsed);
+    const bool takesText = action == u"star"_s || action == u"unstar"_s || action == u"remove"_s;
+    if (takesText && options.words.isEmpty())
+        return usageError(u"缺少文本：%1 需要一个单词或句子"_s.arg(action));
+    if ((action == u"list"_s && !options.words.isEmpty()) ||
+        (action == u"clear"_s && !rest.isEmpty()))
+        return usageError(u"多余的参数："_s +
+                          (action == u"list"_s ? options.words : rest).join(u' '));
 
     RenameMigration::runIfNeeded();
     Vocabulary& vocabulary = Vocabulary::shared();
     if (action == u"list"_s)
-        return list(vocabulary, *options);
-    if (action == u"star"_s || action == u"unstar"_s)
-        return setStar(vocabulary, *options, action == u"star"_s);
-    if (action == u"remove"_s)
-        return remove(vocabulary, *options);
+        return list(vocabulary, options);
+    if (action == u"star"_s)
+        return star(vocabulary, options);
+    if (action == u"unstar"_s || action == u"remove"_s)
+        return unstarOrRemove(vocabulary, options, action == u"remove"_s);
     if (action == u"export"_s)
-        return exportEntries(vocabulary, *options);
+        return exportEntries(vocabulary, options);
     vocabulary.clearRecords();
+    if (const std::optional<int> unsaved = CommandLine::unsavedChanges())
+        return *unsaved;
     Output::line(stdout, u"查询记录已清空（收藏保留）"_s);
     return CommandLine::success;
 }

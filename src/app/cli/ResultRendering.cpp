@@ -1,5 +1,8 @@
 #include "cli/ResultRendering.h"
 
+#include "cli/CommandLine.h"
+#include "core/UnicodeText.h"
+
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -41,6 +44,11 @@ QJsonObject entryJson(const DictionaryEntry& entry) {
             {u"phonetic"_s, optionalText(entry.phonetic)},
             {u"sections"_s, sections},
             {u"rawFallback"_s, optionalText(entry.rawFallback)}};
+}
+
+// Characters as the filter counts them: of the trimmed text.
+qint64 lengthOf(QStringView text) {
+    return UnicodeText::characterCount(UnicodeText::trimmed(text));
 }
 
 QByteArray compact(const QJsonObject& object) {
@@ -117,14 +125,23 @@ QByteArray json(const QString& term, const QList<LookupResult::Source>& sources)
     return compact({{u"term"_s, term}, {u"sources"_s, array}});
 }
 
-QString plain(RejectReason reason) {
-    return RejectReasons::userFacing(reason);
+QString plain(RejectReason reason, QStringView text) {
+    if (reason != RejectReason::tooLong)
+        return RejectReasons::userFacing(reason);
+    return RejectReasons::userFacing(reason) +
+           u"\n上限是 %1 个字符，这段有 %2 个"_s.arg(CommandLine::lengthLimit())
+               .arg(lengthOf(text));
 }
 
-QByteArray json(RejectReason reason) {
-    return compact({{u"rejected"_s, RejectReasons::caseName(reason)},
-                    {u"reason"_s, RejectReasons::description(reason)},
-                    {u"message"_s, RejectReasons::userFacing(reason)}});
+QByteArray json(RejectReason reason, QStringView text) {
+    QJsonObject object{{u"rejected"_s, RejectReasons::caseName(reason)},
+                       {u"reason"_s, RejectReasons::description(reason)},
+                       {u"message"_s, RejectReasons::userFacing(reason)}};
+    if (reason == RejectReason::tooLong) {
+        object.insert(u"limit"_s, CommandLine::lengthLimit());
+        object.insert(u"length"_s, lengthOf(text));
+    }
+    return compact(object);
 }
 
 QString plain(const LookupError& error) {

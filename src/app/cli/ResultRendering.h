@@ -18,8 +18,10 @@ QByteArray json(const LookupResult& result);
 QString plain(const QString& term, const QList<LookupResult::Source>& sources);
 QByteArray json(const QString& term, const QList<LookupResult::Source>& sources);
 
-QString plain(RejectReason reason);
-QByteArray json(RejectReason reason);
+// The filter's own words for the refusal of `text`; an over-long text also gets the limit and
+// its length (a second line in plain text).
+QString plain(RejectReason reason, QStringView text);
+QByteArray json(RejectReason reason, QStringView text);
 
 QString plain(const LookupError& error);
 QByteArray json(const LookupError& error);

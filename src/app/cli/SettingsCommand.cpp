@@ -2,6 +2,8 @@
 
 #include "cli/CommandLine.h"
 #include "cli/Output.h"
+#include "cli/TerminalText.h"
+#include "dictionary/SystemDictionaries.h"
 #include "settings/FilterPreferences.h"
 #include "settings/Preferences.h"
 #include "settings/RenameMigration.h"
@@ -11,23 +13,42 @@
 using namespace Qt::StringLiterals;
 
 namespace SettingsCommand {
+namespace {
+
+std::optional<QString> usageProblem(const QStringList& arguments) {
+    const QString action = arguments.value(0);
+    const qsizetype wanted = action == u"list"_s ? 1 : action == u"get"_s ? 2 : 3;
+    if (action.isEmpty())
+        return u"缺少操作：list、get 或 set"_s;
+    if (action != u"list"_s && action != u"get"_s && action != u"set"_s)
+        return u"未知操作："_s + action;
+    if (arguments.size() < wanted)
+        return action == u"get"_s ? u"get 需要一个键"_s : u"set 需要一个键和一个值"_s;
+    if (arguments.size() > wanted) {
+        QString problem = u"多余的参数："_s + arguments.mid(wanted).join(u' ');
+        if (action == u"set"_s)
+            problem += u"（值里有空格时请加引号）"_s;
+        return problem;
+    }
+    return std::nullopt;
+}
+
+} // namespace
 
 int run(const QStringList& arguments) {
     const QString action = arguments.value(0);
-    const bool wellFormed = (action == u"list"_s && arguments.size() == 1) ||
-                            (action == u"get"_s && arguments.size() == 2) ||
-                            (action == u"set"_s && arguments.size() == 3);
-    if (!wellFormed)
-        return CommandLine::reportUsage();
+    if (const std::optional<QString> problem = usageProblem(arguments))
+        return CommandLine::usageError(*problem, u"settings"_s);
 
     // The same start-up order as the agent: carry the former identity's settings over first.
     RenameMigration::runIfNeeded();
-    const SettingsCatalog catalog(Preferences::shared(), TriggerSettings::shared(),
-                                  FilterPreferences::shared());
+    const SettingsCatalog catalog(
+        Preferences::shared(), TriggerSettings::shared(), FilterPreferences::shared(),
+        [] { return QStringList{u"bundled"_s} + SystemDictionaries::activeIdentifiers(); });
 
     if (action == u"list"_s) {
         for (const SettingsCatalog::Setting& setting : catalog.settings())
-            Output::line(stdout, setting.key + u" = "_s + setting.read());
+            Output::line(stdout, setting.key + u" = "_s + TerminalText::oneLine(setting.read()));
         return CommandLine::success;
     }
     const SettingsCatalog::Setting* setting = catalog.find(arguments[1]);
@@ -44,6 +65,8 @@ int run(const QStringList& arguments) {
         Output::line(stderr, *refusal);
         return CommandLine::refused;
     }
+    if (const std::optional<int> unsaved = CommandLine::unsavedChanges())
+        return *unsaved;
     Output::line(stdout, setting->key + u" = "_s + setting->read());
     return CommandLine::success;
 }

@@ -67,7 +67,8 @@ private:
 
 int run(const QStringList& arguments) {
     if (!arguments.isEmpty())
-        return CommandLine::reportUsage();
+        return CommandLine::usageError(u"多余的参数："_s + arguments.join(u' '),
+                                       u"translate-setup"_s);
     RenameMigration::runIfNeeded();
     const TranslationSettings& settings = TranslationSettings::shared();
     const bool ollama = settings.api() == TranslationSettings::Api::ollama;
