@@ -45,7 +45,7 @@ QString reasonFor(int code) {
     case SQLITE_LOCKED:
         return u"文件正被占用"_s;
     case SQLITE_ERROR: // at prepare time: a table or column is missing
-        return u"缺少 words 或 forms 表，不是本程序的词库"_s;
+        return u"缺少 words 表，不是本程序的词库"_s;
     default:
         return u"数据库出错（代码 %1）"_s.arg(code);
     }
@@ -110,15 +110,17 @@ sqlite3* BundledDictionary::handle() const {
     // short or lacks the tables fails here, once, rather than at every lookup.
     if (status == SQLITE_OK)
         status = sqlite3_prepare_v2(opened, kWordQuery, -1, &m_wordQuery, nullptr);
-    if (status == SQLITE_OK)
-        status = sqlite3_prepare_v2(opened, kLemmaQuery, -1, &m_lemmaQuery, nullptr);
     if (status != SQLITE_OK) {
         sqlite3_finalize(m_wordQuery);
-        sqlite3_finalize(m_lemmaQuery);
-        m_wordQuery = m_lemmaQuery = nullptr;
+        m_wordQuery = nullptr;
         sqlite3_close(opened); // SQLite may hand back a handle even when the open fails
         fail(reasonFor(status));
         return nullptr;
+    }
+    // Without `forms` the words still answer; inflected forms just find nothing.
+    if (sqlite3_prepare_v2(opened, kLemmaQuery, -1, &m_lemmaQuery, nullptr) != SQLITE_OK) {
+        sqlite3_finalize(m_lemmaQuery);
+        m_lemmaQuery = nullptr;
     }
     m_handle = opened;
     return m_handle;
@@ -139,6 +141,8 @@ sqlite3_stmt* BundledDictionary::step(Query query, const QString& key) const {
     if (!handle())
         return nullptr;
     sqlite3_stmt* statement = query == Query::word ? m_wordQuery : m_lemmaQuery;
+    if (!statement)
+        return nullptr;
     sqlite3_reset(statement);
     const QByteArray utf8 = key.toUtf8();
     if (sqlite3_bind_text(statement, 1, utf8.constData(), static_cast<int>(utf8.size()),

@@ -137,7 +137,7 @@ TEST(BundledDictionaryTest, UnusableFilesAreReportedOnceWithAReason) {
         {write(u"cut.sqlite"_s, bytes.left(bytes.size() / 2)), u"文件已损坏或不完整"_s},
         {fifo, u"不是普通文件"_s},
         {dir.path(), u"不是普通文件"_s},
-        {otherTables.path(), u"缺少 words 或 forms 表，不是本程序的词库"_s},
+        {otherTables.path(), u"缺少 words 表，不是本程序的词库"_s},
         {dir.filePath(u"missing.sqlite"_s), std::nullopt},
     };
     for (const auto& [path, reported] : cases) {

@@ -213,7 +213,9 @@ TEST(StarDictDictionaryTest, FilesCutShortWhileOpenGiveNoCrash) {
 
         const QString text = dir.filePath(dictzip ? u"sample.dict.dz"_s : u"sample.dict"_s);
         ASSERT_TRUE(QFile::resize(text, 40));
-        EXPECT_EQ(definitions(*dictionary, u"word2999"_s), QStringList());
+        const QStringList after = definitions(*dictionary, u"word2999"_s);
+        EXPECT_TRUE(after.isEmpty() || after == QStringList{u"filler 2999"_s}) // a cached chunk
+            << qPrintable(after.join(u'|'));
     }
 }
 

@@ -66,11 +66,11 @@ std::optional<quint64> DictdDatabase::decodeNumber(QByteArrayView digits) {
 }
 
 OrDefect<std::unique_ptr<DictdDatabase>> DictdDatabase::open(const Files& files) {
-    if (files.text.isEmpty())
-        return DictionaryDefect{u"缺少正文文件（.dict）"_s};
     auto index = SafeFiles::readRegularFile(files.index, kLargestIndex);
     if (const auto* failure = std::get_if<SafeFiles::Failure>(&index))
         return DictionaryDefect{u"索引文件无法读取："_s + failure->reason};
+    if (files.text.isEmpty())
+        return DictionaryDefect{u"缺少正文文件（.dict）"_s};
     auto text = DictZipFile::open(files.text);
     if (const auto* defect = std::get_if<DictionaryDefect>(&text))
         return *defect;
