@@ -6,6 +6,7 @@
 #include <QTemporaryDir>
 #include <atomic>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <thread>
 #include <vector>
 
@@ -110,4 +111,52 @@ TEST(BundledDictionaryTest, ConcurrentLookupsAgree) {
     for (std::thread& thread : threads)
         thread.join();
     EXPECT_EQ(mismatches.load(), 0);
+}
+
+// A file that is there but unusable says why, once, however many lookups meet it; a missing
+// one is only noted (the agent announces that itself). A FIFO in the file's place must not
+// hold the open until a writer comes.
+TEST(BundledDictionaryTest, UnusableFilesAreReportedOnceWithAReason) {
+    QTemporaryDir dir;
+    const FixtureDatabase good(fixtureRows());
+    QFile original(good.path());
+    ASSERT_TRUE(original.open(QIODevice::ReadOnly));
+    const QByteArray bytes = original.readAll();
+    ASSERT_GT(bytes.size(), 4096) << "the fixture must span pages for a cut to show";
+    const auto write = [&dir](const QString& name, const QByteArray& content) {
+        QFile file(dir.filePath(name));
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly) && file.write(content) == content.size());
+        return file.fileName();
+    };
+    const QString fifo = dir.filePath(u"fifo.sqlite"_s);
+    ASSERT_EQ(::mkfifo(QFile::encodeName(fifo).constData(), 0600), 0);
+    const FixtureDatabase otherTables(u"CREATE TABLE notes(text TEXT);"_s);
+
+    const std::pair<QString, std::optional<QString>> cases[] = {
+        {write(u"garbage.sqlite"_s, QByteArray(8192, 'x')), u"文件不是 SQLite 数据库"_s},
+        {write(u"cut.sqlite"_s, bytes.left(bytes.size() / 2)), u"文件已损坏或不完整"_s},
+        {fifo, u"不是普通文件"_s},
+        {dir.path(), u"不是普通文件"_s},
+        {otherTables.path(), u"缺少 words 表，不是本程序的词库"_s},
+        {dir.filePath(u"missing.sqlite"_s), std::nullopt},
+    };
+    for (const auto& [path, reported] : cases) {
+        SCOPED_TRACE(path.toStdString());
+        QStringList lines;
+        const BundledDictionary dictionary(
+            path, [&lines](const QString& line) { lines.push_back(line); });
+        for (const QString& word : {u"water"_s, u"running"_s, u"water"_s})
+            EXPECT_EQ(answer(dictionary, word), u"-"_s);
+        EXPECT_FALSE(dictionary.isAvailable());
+        EXPECT_EQ(dictionary.problem(), std::optional(reported.value_or(u"找不到文件"_s)));
+        EXPECT_EQ(lines,
+                  reported ? QStringList{u"内置词库无法读取："_s + *reported} : QStringList());
+    }
+
+    QStringList lines;
+    const BundledDictionary working(good.path(),
+                                    [&lines](const QString& line) { lines.push_back(line); });
+    EXPECT_EQ(answer(working, u"child"_s), u"child: 孩子"_s);
+    EXPECT_EQ(working.problem(), std::nullopt);
+    EXPECT_TRUE(lines.isEmpty());
 }

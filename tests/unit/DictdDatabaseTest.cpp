@@ -8,6 +8,7 @@
 #include <QTemporaryDir>
 #include <algorithm>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 using namespace Qt::StringLiterals;
 
@@ -160,6 +161,38 @@ TEST(DictdDatabaseTest, DamagedDatabasesAreRefusedWithAReason) {
             DictionaryFiles::rewrite(part, change);
         else
             ASSERT_TRUE(QFile::remove(part));
+        EXPECT_EQ(DictionaryFiles::defectIn(DictdDatabase::open(DictdDatabase::filesBeside(index))),
+                  std::optional(reason));
+    }
+}
+
+// The index is searched in memory: cut short on disk while open, it still answers; the text
+// cut short gives no answer rather than a crash.
+TEST(DictdDatabaseTest, FilesCutShortWhileOpenGiveNoCrash) {
+    QTemporaryDir dir;
+    const QString index = writeDatabase(dir, foldedEntries(), Order::folded);
+    const auto database = open(index);
+    ASSERT_TRUE(database);
+    ASSERT_TRUE(QFile::resize(index, 0));
+    EXPECT_EQ(headlines(*database, u"coop"_s), u"coop"_s);
+    ASSERT_TRUE(QFile::resize(dir.filePath(u"sample.dict"_s), 10));
+    EXPECT_EQ(headlines(*database, u"word1150"_s), QString());
+}
+
+TEST(DictdDatabaseTest, SpecialFilesInPlaceOfAPartAreRefused) {
+    const std::pair<const char*, QString> cases[] = {
+        {".index", u"索引文件无法读取：不是普通文件"_s},
+        {".dict", u"sample.dict 不是普通文件"_s},
+        {".dict.dz", u"sample.dict.dz 不是普通文件"_s},
+    };
+    for (const auto& [part, reason] : cases) {
+        SCOPED_TRACE(part);
+        QTemporaryDir dir;
+        const QString index =
+            writeDatabase(dir, foldedEntries(), Order::folded, QByteArrayView(part) == ".dict.dz");
+        const QString path = dir.filePath(u"sample"_s + QString::fromLatin1(part));
+        ASSERT_TRUE(QFile::remove(path));
+        ASSERT_EQ(::mkfifo(QFile::encodeName(path).constData(), 0600), 0);
         EXPECT_EQ(DictionaryFiles::defectIn(DictdDatabase::open(DictdDatabase::filesBeside(index))),
                   std::optional(reason));
     }

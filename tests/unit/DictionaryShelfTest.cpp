@@ -9,6 +9,7 @@
 #include <QTemporaryDir>
 #include <atomic>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <thread>
 #include <vector>
 
@@ -147,6 +148,28 @@ TEST(DictionaryShelfTest, DamagedDictionariesAreSkippedAndReportedOncePerVersion
     f.shelf.dictionaries();
     EXPECT_EQ(f.reports.size(), 3);
     EXPECT_EQ(f.reports.value(2), u"系统词典无法读取，已跳过：lonely（缺少正文文件（.dict））"_s);
+}
+
+// A FIFO under a dictionary's name is neither waited on nor passed over in silence.
+TEST(DictionaryShelfTest, SpecialFilesUnderADictionarysNameAreReported) {
+    ShelfFixture f;
+    ASSERT_TRUE(QDir().mkpath(f.path(u"user"_s)) && QDir().mkpath(f.path(u"dictd"_s)));
+    for (const QString& name : {u"user/pipe.ifo"_s, u"dictd/pipe.index"_s})
+        ASSERT_EQ(::mkfifo(QFile::encodeName(f.path(name)).constData(), 0600), 0);
+    writeDictd(f.path(u"dictd"_s), u"good"_s, "Good");
+    EXPECT_EQ(f.listed(), QStringList{u"dictd:good | Good | good"_s});
+    EXPECT_EQ(
+        f.reports,
+        (QStringList{u"系统词典无法读取，已跳过：pipe（说明文件（.ifo）无法读取：不是普通文件）"_s,
+                     u"系统词典无法读取，已跳过：pipe（索引文件无法读取：不是普通文件）"_s}));
+
+    // Rewritten in place after it was opened: the shelf sees the new version, and the
+    // lookup that notices answers from it or not at all, never from torn bytes.
+    writeStarDict(f.path(u"user"_s), u"sample"_s, u"Sample"_s, {{u"water"_s, u"n. 水"_s}});
+    EXPECT_EQ(f.shelf.definition(u"water"_s, u"stardict:sample"_s), std::optional(u"n. 水"_s));
+    ASSERT_TRUE(QFile::resize(f.path(u"user/sample.idx"_s), 5));
+    EXPECT_EQ(f.shelf.definition(u"water"_s, u"stardict:sample"_s), std::nullopt);
+    EXPECT_EQ(f.reports.value(2), u"系统词典无法读取，已跳过：sample（索引文件大小与说明不符）"_s);
 }
 
 TEST(DictionaryShelfTest, ServesManyThreadsAtOnce) {

@@ -8,6 +8,7 @@
 #include <QRandomGenerator>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 using namespace Qt::StringLiterals;
 
@@ -182,6 +183,64 @@ TEST(StarDictDictionaryTest, DamagedDictionariesAreRefusedWithAReason) {
             DictionaryFiles::rewrite(part, change);
         else
             ASSERT_TRUE(QFile::remove(part));
+        auto opened = StarDictDictionary::open(StarDictDictionary::filesBeside(written.ifoPath));
+        auto defect = DictionaryFiles::defectIn(opened);
+        if (!defect)
+            defect = DictionaryFiles::defectIn(
+                std::get<std::unique_ptr<StarDictDictionary>>(opened)->definitions(u"water"_s));
+        EXPECT_EQ(defect, std::optional(reason));
+    }
+}
+
+// Files rewritten in place while the dictionary is open (a package upgrade, a sync tool):
+// the word lists live in memory, so a lookup neither crashes on a vanished page nor reads
+// another version's bytes as this one's; a text cut short gives no answer.
+TEST(StarDictDictionaryTest, FilesCutShortWhileOpenGiveNoCrash) {
+    for (const bool dictzip : {false, true}) {
+        SCOPED_TRACE(dictzip ? "dictzip" : "plain");
+        QTemporaryDir dir;
+        StarDictWriter writer({.dictzip = dictzip});
+        for (int i = 0; i < 3000; ++i)
+            writer.add(u"word%1"_s.arg(i, 4, 10, QChar(u'0')), u"filler %1"_s.arg(i));
+        writer.add(u"water"_s, u"n. 水"_s).addSynonym(u"H2O"_s, u"water"_s);
+        const auto dictionary = open(writer, dir);
+        ASSERT_TRUE(dictionary);
+        EXPECT_EQ(definitions(*dictionary, u"word0001"_s), QStringList{u"filler 1"_s});
+
+        for (const char* part : {".idx", ".syn"})
+            ASSERT_TRUE(QFile::resize(dir.filePath(u"sample"_s + QString::fromLatin1(part)), 0));
+        EXPECT_EQ(definitions(*dictionary, u"h2o"_s), QStringList{u"n. 水"_s});
+
+        const QString text = dir.filePath(dictzip ? u"sample.dict.dz"_s : u"sample.dict"_s);
+        ASSERT_TRUE(QFile::resize(text, 40));
+        const QStringList after = definitions(*dictionary, u"word2999"_s);
+        EXPECT_TRUE(after.isEmpty() || after == QStringList{u"filler 2999"_s}) // a cached chunk
+            << qPrintable(after.join(u'|'));
+    }
+}
+
+// A FIFO or a device in place of any part is refused with a reason, without waiting for a
+// writer that never comes.
+TEST(StarDictDictionaryTest, SpecialFilesInPlaceOfAPartAreRefused) {
+    const std::pair<const char*, QString> cases[] = {
+        {".ifo", u"说明文件（.ifo）无法读取：不是普通文件"_s},
+        {".idx", u"索引文件（.idx）不是普通文件"_s},
+        {".syn", u"同义词文件（.syn）无法读取：不是普通文件"_s},
+        {".dict", u"sample.dict 不是普通文件"_s},
+        {".dict.dz", u"sample.dict.dz 不是普通文件"_s},
+    };
+    for (const auto& [part, reason] : cases) {
+        SCOPED_TRACE(part);
+        QTemporaryDir dir;
+        const bool dictzip = QByteArrayView(part) == ".dict.dz";
+        StarDictWriter writer({.dictzip = dictzip});
+        writer.add(u"water"_s, u"n. 水"_s).addSynonym(u"H2O"_s, u"water"_s);
+        const auto written = writer.write(dir.path(), u"sample"_s);
+        ASSERT_TRUE(written) << qPrintable(written.error);
+        const QString path = dir.filePath(u"sample"_s + QString::fromLatin1(part));
+        ASSERT_TRUE(QFile::remove(path));
+        ASSERT_EQ(::mkfifo(QFile::encodeName(path).constData(), 0600), 0);
+
         auto opened = StarDictDictionary::open(StarDictDictionary::filesBeside(written.ifoPath));
         auto defect = DictionaryFiles::defectIn(opened);
         if (!defect)

@@ -2,6 +2,7 @@
 
 #include "cli/CommandLine.h"
 #include "cli/Output.h"
+#include "dictionary/BundledDictionary.h"
 #include "dictionary/SystemDictionaries.h"
 #include "platform/SystemDictionaryBridge.h"
 #include "settings/Preferences.h"
@@ -9,6 +10,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <optional>
 
 using namespace Qt::StringLiterals;
 
@@ -20,6 +22,7 @@ struct Row {
     QString displayName;
     QString tabName;
     bool chineseGloss = false;
+    std::optional<QString> problem; // why it cannot be used
 };
 
 // Columns in a terminal: CJK characters take two.
@@ -66,10 +69,13 @@ QList<Row> rows() {
         SystemDictionaryBridge::activeDictionaries();
     QList<Row> made;
     for (const QString& identifier : Preferences::shared().effectiveDictionaryOrder()) {
-        Row row{identifier, SystemDictionaries::displayName(identifier, active), {}, false};
+        Row row{identifier, SystemDictionaries::displayName(identifier, active), {}, false, {}};
         if (identifier == u"bundled"_s) {
             row.tabName = u"简明英汉"_s;
             row.chineseGloss = true; // the built-in database is English–Chinese
+            // System dictionaries that cannot be read are not listed at all; the built-in
+            // one always is, so it says when it is unusable.
+            row.problem = BundledDictionary::shared().problem();
         } else {
             QString fullName;
             for (const SystemDictionaryBridge::Handle& handle : active) {
@@ -93,23 +99,34 @@ int run(const QStringList& arguments) {
     if (!arguments.isEmpty()) {
         QJsonArray array;
         for (const Row& row : found) {
-            array.append(QJsonObject{{u"identifier"_s, row.identifier},
-                                     {u"displayName"_s, row.displayName},
-                                     {u"tabName"_s, row.tabName},
-                                     {u"chineseGloss"_s, row.chineseGloss}});
+            QJsonObject object{{u"identifier"_s, row.identifier},
+                               {u"displayName"_s, row.displayName},
+                               {u"tabName"_s, row.tabName},
+                               {u"chineseGloss"_s, row.chineseGloss},
+                               {u"usable"_s, !row.problem}};
+            if (row.problem)
+                object.insert(u"problem"_s, *row.problem);
+            array.append(object);
         }
         Output::line(
             stdout,
             QJsonDocument(QJsonObject{{u"dictionaries"_s, array}}).toJson(QJsonDocument::Compact));
         return CommandLine::success;
     }
-    QList<QStringList> cells{{u"顺序"_s, u"标识"_s, u"名称"_s, u"标签"_s, u"中文释义"_s}};
+    QList<QStringList> cells{
+        {u"顺序"_s, u"标识"_s, u"名称"_s, u"标签"_s, u"中文释义"_s, u"状态"_s}};
+    QStringList problems;
     for (qsizetype i = 0; i < found.size(); ++i) {
         const Row& row = found[i];
         cells.append({QString::number(i + 1), row.identifier, row.displayName, row.tabName,
-                      row.chineseGloss ? u"是"_s : u"否"_s});
+                      row.chineseGloss ? u"是"_s : u"否"_s,
+                      row.problem ? u"无法读取"_s : u"可用"_s});
+        if (row.problem)
+            problems.append(u"内置词库无法读取："_s + *row.problem); // the only one with a problem
     }
     Output::line(stdout, table(cells));
+    for (const QString& problem : problems)
+        Output::line(stdout, problem);
     return CommandLine::success;
 }
 

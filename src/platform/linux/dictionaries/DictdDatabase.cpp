@@ -1,11 +1,17 @@
 #include "platform/linux/dictionaries/DictdDatabase.h"
 
+#include "platform/SafeFiles.h"
+
 #include <QFileInfo>
 #include <algorithm>
 
 using namespace Qt::StringLiterals;
 
 namespace {
+
+// The index is read into memory, not mapped, so a file rewritten on disk cannot pull pages
+// from under a search. The largest indexes in circulation are a few tens of megabytes.
+constexpr qint64 kLargestIndex = qint64(256) << 20;
 
 constexpr bool isAsciiAlphanumeric(unsigned char c) {
     return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
@@ -60,39 +66,39 @@ std::optional<quint64> DictdDatabase::decodeNumber(QByteArrayView digits) {
 }
 
 OrDefect<std::unique_ptr<DictdDatabase>> DictdDatabase::open(const Files& files) {
-    std::unique_ptr<DictdDatabase> database(new DictdDatabase());
-    database->m_databaseName = QFileInfo(files.index).fileName().chopped(6);
+    auto index = SafeFiles::readRegularFile(files.index, kLargestIndex);
+    if (const auto* failure = std::get_if<SafeFiles::Failure>(&index))
+        return DictionaryDefect{u"索引文件无法读取："_s + failure->reason};
     if (files.text.isEmpty())
         return DictionaryDefect{u"缺少正文文件（.dict）"_s};
-
-    database->m_indexFile.setFileName(files.index);
-    QFile& file = database->m_indexFile;
-    if (!file.open(QIODevice::ReadOnly))
-        return DictionaryDefect{u"索引文件无法读取"_s};
-    if (file.size() == 0)
-        return DictionaryDefect{u"索引文件是空的"_s};
-    // Searched in place; the shelf reopens the database when its files change on disk.
-    if (const uchar* mapped = file.map(0, file.size())) {
-        database->m_index = QByteArrayView(reinterpret_cast<const char*>(mapped), file.size());
-    } else {
-        database->m_indexCopy = file.readAll();
-        database->m_index = database->m_indexCopy;
-    }
-
     auto text = DictZipFile::open(files.text);
     if (const auto* defect = std::get_if<DictionaryDefect>(&text))
         return *defect;
-    database->m_text = std::get<std::unique_ptr<DictZipFile>>(std::move(text));
+    return fromParts(QFileInfo(files.index).fileName().chopped(6),
+                     std::get<QByteArray>(std::move(index)),
+                     std::get<std::unique_ptr<DictZipFile>>(std::move(text)));
+}
+
+OrDefect<std::unique_ptr<DictdDatabase>>
+DictdDatabase::fromParts(const QString& databaseName, QByteArray index,
+                         std::unique_ptr<DictZipFile> text) {
+    std::unique_ptr<DictdDatabase> database(new DictdDatabase());
+    database->m_databaseName = databaseName;
+    if (index.isEmpty())
+        return DictionaryDefect{u"索引文件是空的"_s};
+    database->m_indexBytes = std::move(index);
+    database->m_index = database->m_indexBytes;
+    database->m_text = std::move(text);
 
     // A cut-off index ends in a broken line, and a cut-off text no longer holds every entry:
     // lines sampled across the index, the last among them, must read and point inside.
-    const QByteArrayView index = database->m_index;
+    const QByteArrayView lines = database->m_index;
     constexpr qsizetype kSamples = 32;
     for (qsizetype sample = 0; sample <= kSamples; ++sample) {
-        qsizetype start = std::min(index.size() - 1, index.size() * sample / kSamples);
-        if (sample == kSamples && index.endsWith('\n'))
+        qsizetype start = std::min(lines.size() - 1, lines.size() * sample / kSamples);
+        if (sample == kSamples && start > 0 && lines.endsWith('\n'))
             --start;
-        while (start > 0 && index[start - 1] != '\n')
+        while (start > 0 && lines[start - 1] != '\n')
             --start;
         const std::optional<Line> line = database->lineAt(start);
         if (!line)

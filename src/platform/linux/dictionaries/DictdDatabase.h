@@ -4,7 +4,6 @@
 #include "platform/linux/dictionaries/InstalledDictionary.h"
 
 #include <QByteArray>
-#include <QFile>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -13,7 +12,8 @@
 // length", numbers in dictd's base 64, sometimes a fourth column with the headword as
 // written) and <name>.dict.dz (or .dict) the entries. The index is sorted the way dictd
 // compares: by default letters, digits and spaces only, without case; byte for byte when the
-// database says "00-database-allchars" or "00-database-utf8". It is searched in place.
+// database says "00-database-allchars" or "00-database-utf8". The index is read into memory
+// when the database is opened and searched there.
 class DictdDatabase final : public InstalledDictionary {
 public:
     struct Files {
@@ -23,6 +23,9 @@ public:
     static Files filesBeside(const QString& indexPath);
 
     static OrDefect<std::unique_ptr<DictdDatabase>> open(const Files& files);
+    // The same from an index already read and a text already opened.
+    static OrDefect<std::unique_ptr<DictdDatabase>>
+    fromParts(const QString& databaseName, QByteArray index, std::unique_ptr<DictZipFile> text);
 
     // The database's own description ("00-database-short"), else its name.
     QString name() const override { return m_name; }
@@ -57,9 +60,8 @@ private:
     std::vector<Line> metadataLines(QByteArrayView headword) const;
     std::optional<QString> entryText(const Line& line);
 
-    QFile m_indexFile;
-    QByteArray m_indexCopy; // when the index cannot be mapped
-    QByteArrayView m_index;
+    QByteArray m_indexBytes;
+    QByteArrayView m_index; // over m_indexBytes
     std::unique_ptr<DictZipFile> m_text;
     Order m_order = Order::folded;
     bool m_allCharacters = false;

@@ -49,8 +49,10 @@ void collectInfoFiles(const QString& folder, int depth, QSet<QString>& visited,
         return;
     visited.insert(canonical);
     const QDir dir(folder);
-    for (const QFileInfo& entry :
-         dir.entryInfoList(QDir::Files | QDir::Dirs | QDir::NoDotAndDotDot | QDir::Readable)) {
+    // System entries too: a FIFO or a device under a dictionary's name is reported, not
+    // passed over in silence.
+    for (const QFileInfo& entry : dir.entryInfoList(QDir::Files | QDir::System | QDir::Dirs |
+                                                    QDir::NoDotAndDotDot | QDir::Readable)) {
         if (entry.isDir()) {
             if (depth < kDeepestFolder)
                 collectInfoFiles(entry.filePath(), depth + 1, visited, found);
@@ -118,7 +120,8 @@ std::vector<DictionaryShelf::Found> DictionaryShelf::discover() const {
             add(Format::starDict, path, QFileInfo(path).fileName().chopped(4));
     }
     for (const QString& root : folders.dictd) {
-        QStringList names = QDir(root).entryList({u"*.index"_s}, QDir::Files | QDir::Readable);
+        QStringList names =
+            QDir(root).entryList({u"*.index"_s}, QDir::Files | QDir::System | QDir::Readable);
         std::sort(names.begin(), names.end(), byPath);
         for (const QString& name : names)
             if (name.size() > 6)

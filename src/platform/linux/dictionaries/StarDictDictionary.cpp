@@ -1,5 +1,6 @@
 #include "platform/linux/dictionaries/StarDictDictionary.h"
 
+#include "platform/SafeFiles.h"
 #include "platform/linux/dictionaries/MarkupText.h"
 
 #include <QDir>
@@ -13,6 +14,10 @@ namespace {
 
 // A description file is a few lines; anything much larger is not one.
 constexpr qint64 kLargestInfo = qint64(1) << 20;
+// Word lists are read into memory, not mapped, so a file rewritten on disk cannot pull pages
+// from under a lookup. The largest lists in circulation (encyclopaedias of millions of
+// titles) stay well below this.
+constexpr qint64 kLargestList = qint64(256) << 20;
 
 quint32 bigEndian32(const char* bytes) {
     return qFromBigEndian<quint32>(bytes);
@@ -75,10 +80,10 @@ StarDictDictionary::Files StarDictDictionary::filesBeside(const QString& infoPat
 
 OrDefect<std::unique_ptr<StarDictDictionary>> StarDictDictionary::open(const Files& files) {
     std::unique_ptr<StarDictDictionary> dictionary(new StarDictDictionary(files));
-    QFile infoFile(files.info);
-    if (!infoFile.open(QIODevice::ReadOnly) || infoFile.size() > kLargestInfo)
-        return DictionaryDefect{u"说明文件（.ifo）无法读取"_s};
-    auto info = StarDictInfo::parse(infoFile.readAll());
+    auto infoBytes = SafeFiles::readRegularFile(files.info, kLargestInfo);
+    if (const auto* failure = std::get_if<SafeFiles::Failure>(&infoBytes))
+        return DictionaryDefect{u"说明文件（.ifo）无法读取："_s + failure->reason};
+    auto info = StarDictInfo::parse(std::get<QByteArray>(infoBytes));
     if (const auto* defect = std::get_if<DictionaryDefect>(&info))
         return *defect;
     dictionary->m_info = std::get<StarDictInfo>(std::move(info));
@@ -87,9 +92,12 @@ OrDefect<std::unique_ptr<StarDictDictionary>> StarDictDictionary::open(const Fil
         return DictionaryDefect{u"缺少索引文件（.idx）"_s};
     if (files.text.isEmpty())
         return DictionaryDefect{u"缺少正文文件（.dict）"_s};
+    // Read only at the first lookup, but a FIFO or a device in its place is told now.
+    const std::optional<SafeFiles::Identity> index = SafeFiles::identity(files.index);
+    if (!index)
+        return DictionaryDefect{u"索引文件（.idx）不是普通文件"_s};
     // A plain index can be checked against the description without reading it.
-    if (!files.index.endsWith(u".gz"_s) &&
-        quint64(QFileInfo(files.index).size()) != dictionary->m_info.indexFileSize)
+    if (!files.index.endsWith(u".gz"_s) && quint64(index->size) != dictionary->m_info.indexFileSize)
         return DictionaryDefect{u"索引文件大小与说明不符"_s};
 
     auto text = DictZipFile::open(files.text);
@@ -105,40 +113,30 @@ QString StarDictDictionary::name() const {
     return QFileInfo(m_files.info).fileName().chopped(4);
 }
 
-std::optional<QByteArrayView> StarDictDictionary::listBytes(QFile& file, QByteArray& copy) {
-    if (file.fileName().endsWith(u".gz"_s)) {
-        auto whole = DictZipFile::open(file.fileName());
-        if (std::holds_alternative<DictionaryDefect>(whole))
-            return std::nullopt;
+OrDefect<QByteArray> StarDictDictionary::listBytes(const QString& path, const QString& label) {
+    if (path.endsWith(u".gz"_s)) {
+        auto whole = DictZipFile::open(path);
+        if (const auto* defect = std::get_if<DictionaryDefect>(&whole))
+            return *defect;
         auto& reader = *std::get<std::unique_ptr<DictZipFile>>(whole);
-        const std::optional<QByteArray> bytes = reader.read(0, reader.size());
-        if (!bytes)
-            return std::nullopt;
-        copy = *bytes;
-        return QByteArrayView(copy);
+        if (std::optional<QByteArray> bytes = reader.read(0, reader.size()))
+            return *std::move(bytes);
+        return DictionaryDefect{label + u"无法读取"_s};
     }
-    if (!file.open(QIODevice::ReadOnly))
-        return std::nullopt;
-    if (file.size() == 0)
-        return QByteArrayView();
-    // Mapped, so a large list costs no copy; the shelf reopens the dictionary when its
-    // files change on disk.
-    if (const uchar* mapped = file.map(0, file.size()))
-        return QByteArrayView(reinterpret_cast<const char*>(mapped), file.size());
-    copy = file.readAll();
-    if (copy.size() != file.size())
-        return std::nullopt;
-    return QByteArrayView(copy);
+    auto bytes = SafeFiles::readRegularFile(path, kLargestList);
+    if (const auto* failure = std::get_if<SafeFiles::Failure>(&bytes))
+        return DictionaryDefect{label + u"无法读取："_s + failure->reason};
+    return std::get<QByteArray>(std::move(bytes));
 }
 
 std::optional<DictionaryDefect> StarDictDictionary::load() {
-    m_indexFile.setFileName(m_files.index);
-    const std::optional<QByteArrayView> indexBytes = listBytes(m_indexFile, m_indexCopy);
-    if (!indexBytes)
-        return DictionaryDefect{u"索引文件无法读取"_s};
-    if (quint64(indexBytes->size()) != m_info.indexFileSize)
+    auto indexBytes = listBytes(m_files.index, u"索引文件（.idx）"_s);
+    if (const auto* defect = std::get_if<DictionaryDefect>(&indexBytes))
+        return *defect;
+    m_indexBytes = std::get<QByteArray>(std::move(indexBytes));
+    if (quint64(m_indexBytes.size()) != m_info.indexFileSize)
         return DictionaryDefect{u"索引文件大小与说明不符"_s};
-    auto index = StarDictIndex::scan(*indexBytes, m_info.wordCount, m_info.offsetBits / 8 + 4);
+    auto index = StarDictIndex::scan(m_indexBytes, m_info.wordCount, m_info.offsetBits / 8 + 4);
     if (const auto* defect = std::get_if<DictionaryDefect>(&index))
         return *defect;
     m_index = std::get<StarDictIndex>(std::move(index));
@@ -153,11 +151,11 @@ std::optional<DictionaryDefect> StarDictDictionary::load() {
     // Synonyms are optional: a dictionary that declares none ignores a stray .syn file.
     if (m_files.synonyms.isEmpty() || m_info.synonymCount == 0)
         return std::nullopt;
-    m_synonymFile.setFileName(m_files.synonyms);
-    const std::optional<QByteArrayView> synonymBytes = listBytes(m_synonymFile, m_synonymCopy);
-    if (!synonymBytes)
-        return DictionaryDefect{u"同义词文件（.syn）无法读取"_s};
-    auto synonyms = StarDictIndex::scan(*synonymBytes, m_info.synonymCount, 4);
+    auto synonymBytes = listBytes(m_files.synonyms, u"同义词文件（.syn）"_s);
+    if (const auto* defect = std::get_if<DictionaryDefect>(&synonymBytes))
+        return *defect;
+    m_synonymBytes = std::get<QByteArray>(std::move(synonymBytes));
+    auto synonyms = StarDictIndex::scan(m_synonymBytes, m_info.synonymCount, 4);
     if (std::holds_alternative<DictionaryDefect>(synonyms))
         return DictionaryDefect{u"同义词文件（.syn）已损坏"_s};
     m_synonyms = std::get<StarDictIndex>(std::move(synonyms));

@@ -6,15 +6,15 @@
 #include "platform/linux/dictionaries/StarDictInfo.h"
 
 #include <QByteArray>
-#include <QFile>
 #include <memory>
 #include <optional>
 
 // A StarDict dictionary: <stem>.ifo describes it, <stem>.idx (or .idx.gz) lists the sorted
 // headwords with where their entries lie in <stem>.dict (or .dict.dz), and an optional
 // <stem>.syn lists further words that lead to those entries. Opening reads only the
-// description and the headers; the word lists are scanned at the first lookup, which is also
-// when an index that does not fit the description or the text is found out.
+// description and the headers; the word lists are read into memory and scanned at the first
+// lookup, which is also when an index that does not fit the description or the text is
+// found out.
 class StarDictDictionary final : public InstalledDictionary {
 public:
     // The files a dictionary is made of; a part that is not there is left empty. Where both
@@ -43,16 +43,14 @@ private:
     std::optional<DictionaryDefect> load();
     // Where an index record's entry lies in the text: offset and size.
     std::pair<quint64, quint64> place(qsizetype record) const;
-    // The bytes of a word list: mapped from disk, else inflated or read into `copy`.
-    std::optional<QByteArrayView> listBytes(QFile& file, QByteArray& copy);
+    // The bytes of a word list, read or inflated into memory; `label` names it in defects.
+    static OrDefect<QByteArray> listBytes(const QString& path, const QString& label);
 
     Files m_files;
     StarDictInfo m_info;
     std::unique_ptr<DictZipFile> m_text;
-    QFile m_indexFile;
-    QFile m_synonymFile;
-    QByteArray m_indexCopy;   // the index when it is gzipped or cannot be mapped
-    QByteArray m_synonymCopy; // the synonyms when they cannot be mapped
+    QByteArray m_indexBytes;   // what m_index points into
+    QByteArray m_synonymBytes; // what m_synonyms points into
     std::optional<StarDictIndex> m_index;
     std::optional<StarDictIndex> m_synonyms;
     bool m_loaded = false;
