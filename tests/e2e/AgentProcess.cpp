@@ -45,10 +45,12 @@ bool AgentProcess::start(const Options& options) {
     const QString configFolder = m_home.filePath(u".config/Quillet"_s);
     QDir().mkpath(configFolder);
     QFile settings(configFolder + u"/defaults.json"_s);
-    if (!settings.open(QIODevice::WriteOnly) ||
-        settings.write(QJsonDocument(defaults).toJson()) < 0)
-        return false;
-    settings.close();
+    if (!options.keepsSettings || !settings.exists()) {
+        if (!settings.open(QIODevice::WriteOnly) ||
+            settings.write(QJsonDocument(defaults).toJson()) < 0)
+            return false;
+        settings.close();
+    }
     if (options.clipboardPollMs > 0)
         environment.insert(u"QUILLET_CLIPBOARD_POLL_MS"_s,
                            QString::number(options.clipboardPollMs));
@@ -82,6 +84,13 @@ void AgentProcess::stop() {
         m_process.kill();
         m_process.waitForFinished(3000);
     }
+}
+
+void AgentProcess::kill() {
+    if (m_process.state() == QProcess::NotRunning)
+        return;
+    m_process.kill();
+    m_process.waitForFinished(3000);
 }
 
 void AgentProcess::readAvailable() {

@@ -17,7 +17,8 @@ public:
         int clipboardPollMs = 0; // 0: the agent's own interval
         bool fakeClock = true;   // lets the test advance the wall clock
         QStringList extraEnvironment;
-        QJsonObject defaults; // the saved settings the agent starts with
+        QJsonObject defaults;       // the saved settings the agent starts with
+        bool keepsSettings = false; // start on the settings file an earlier run left
     };
 
     AgentProcess();
@@ -26,6 +27,8 @@ public:
     bool start(const Options& options);
     bool start() { return start(Options{}); }
     void stop();
+    // SIGKILL, as a crash or a power cut would end it.
+    void kill();
 
     // The default wait outlasts Qt's 5 s clipboard timeout: a copy that lands while the agent
     // is still reading the previous owner (which has just quit) is seen after that stall.

@@ -6,6 +6,7 @@
 
 #include <QEventLoop>
 #include <QFile>
+#include <QRandomGenerator>
 #include <QTimer>
 #include <gtest/gtest.h>
 #include <memory>
@@ -192,4 +193,37 @@ TEST_F(AgentStorageTest, AFullOrReadOnlyDiskIsReportedOnceAndNothingIsLost) {
         ASSERT_TRUE(again.open(QIODevice::ReadOnly));
         const_cast<QByteArray&>(before) = again.readAll();
     }
+}
+
+// The agent killed at random moments while it records copied words and a command stars a
+// word beside it: the file stays valid and keeps every star the commands reported.
+TEST_F(AgentStorageTest, AnAgentKilledAtAnyMomentLeavesAValidFile) {
+    QRandomGenerator random(20261124);
+    QStringList acknowledged;
+    for (int round = 0; round < 20; ++round) {
+        SCOPED_TRACE(round);
+        AgentProcess::Options options;
+        options.clipboardPollMs = 50;
+        options.keepsSettings = true;
+        ASSERT_TRUE(agent.start(options));
+        const qsizetype mark = agent.mark();
+        ASSERT_TRUE(agent.waitForLine(startingWith(u"[触发] Quillet 已启动"_s), 10000, mark));
+        ASSERT_TRUE(clipboard.copy(word(u"copy"_s, round).toUtf8()));
+        QProcess command;
+        command.setProcessEnvironment(environment());
+        command.start(QuilletProcess::executable(),
+                      {u"notebook"_s, u"star"_s, word(u"kept"_s, round)});
+        agent.drain(int(random.bounded(400)));
+        agent.kill();
+        ASSERT_TRUE(command.state() == QProcess::NotRunning || command.waitForFinished(30'000));
+        if (command.exitCode() == 0)
+            acknowledged.append(word(u"kept"_s, round));
+        const auto settings = StoredSettings::read(agent.home());
+        ASSERT_TRUE(settings);
+        ASSERT_TRUE(StoredSettings::notebook(*settings));
+    }
+    const QStringList starred = notebook(true);
+    for (const QString& text : std::as_const(acknowledged))
+        EXPECT_TRUE(starred.contains(text)) << text.toStdString();
+    EXPECT_EQ(acknowledged.size(), 20);
 }

@@ -1,0 +1,36 @@
+#!/usr/bin/env bash
+# Runs inside tests/harness/desktop-session: see storage-process.sh.
+set -euo pipefail
+build="$1"
+home=$(mktemp -d)
+export HOME="$home"
+unset XDG_CONFIG_HOME XDG_DATA_HOME XDG_STATE_HOME XDG_CACHE_HOME
+agent=""
+cleanup() {
+    [ -n "$agent" ] && kill "$agent" 2>/dev/null && wait "$agent" 2>/dev/null
+    rm -rf "$home"
+}
+trap cleanup EXIT
+quillet="$build/bin/quillet"
+# A notebook of realistic size: 300 words looked up before.
+for n in $(seq 1 300); do printf -v word 'word%s' "$(echo "$n" | tr 0-9 a-j)"; echo "$word"; done |
+    head -300 | xargs -n 50 sh -c 'for w; do "$0" notebook star "$w" >/dev/null; done' "$quillet"
+
+measure() {
+    hyperfine --warmup 5 --runs "${RUNS:-100}" -N --export-json "$home/$1.json" \
+        "$quillet settings set hoverDwellSeconds 1.5" \
+        "$quillet notebook star water" >/dev/null
+    python3 - "$home/$1.json" "$1" <<'PY'
+import json, sys
+for result in json.load(open(sys.argv[1]))["results"]:
+    print(f'{sys.argv[2]:>13}  {result["command"].split("quillet ", 1)[1]:<40} '
+          f'median {result["median"] * 1000:6.1f} ms  mean {result["mean"] * 1000:6.1f} ms')
+PY
+}
+
+measure "no agent"
+"$build/bin/quillet-agent" >/dev/null 2>&1 &
+agent=$!
+for _ in $(seq 50); do [ -S "${XDG_RUNTIME_DIR:-/nonexistent}/quillet-agent" ] && break; sleep 0.1; done
+sleep 1
+measure "agent running"
