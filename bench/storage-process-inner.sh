@@ -17,8 +17,11 @@ for n in $(seq 1 300); do printf -v word 'word%s' "$(echo "$n" | tr 0-9 a-j)"; e
     head -300 | xargs -n 50 sh -c 'for w; do "$0" notebook star "$w" >/dev/null; done' "$quillet"
 
 measure() {
+    # Each run changes something: the value is put back before it (not timed).
     hyperfine --warmup 5 --runs "${RUNS:-100}" -N --export-json "$home/$1.json" \
+        --prepare "$quillet settings set hoverDwellSeconds 2" \
         "$quillet settings set hoverDwellSeconds 1.5" \
+        --prepare "$quillet notebook unstar water" \
         "$quillet notebook star water" >/dev/null
     python3 - "$home/$1.json" "$1" <<'PY'
 import json, sys
@@ -28,9 +31,12 @@ for result in json.load(open(sys.argv[1]))["results"]:
 PY
 }
 
+"$quillet" notebook star water >/dev/null
 measure "no agent"
 "$build/bin/quillet-agent" >/dev/null 2>&1 &
 agent=$!
 for _ in $(seq 50); do [ -S "${XDG_RUNTIME_DIR:-/nonexistent}/quillet-agent" ] && break; sleep 0.1; done
 sleep 1
+kill -0 "$agent" || { echo "the agent did not start" >&2; exit 1; }
 measure "agent running"
+kill -0 "$agent" || { echo "the agent quit while measured" >&2; exit 1; }
