@@ -28,11 +28,7 @@ const QString kQueryHistoryKey = u"queryHistory"_s;
 // system; "-2", "-3"… keep a second copy in the same second from replacing the first.
 QString unusedCopyPath(const QString& folder, const QDateTime& now) {
     const QString stamp = now.toString(Qt::ISODate).replace(u':', u'-');
-    const QString base = folder + u"/vocabulary-unreadable-"_s + stamp;
-    QString candidate = base + u".json"_s;
-    for (int n = 2; QFileInfo::exists(candidate); ++n)
-        candidate = base + u'-' + QString::number(n) + u".json"_s;
-    return candidate;
+    return SafeFiles::unusedPath(folder + u"/vocabulary-unreadable-"_s + stamp, u".json"_s);
 }
 
 Vocabulary::Entry legacyEntry(const QString& word, const VocabularyArchive::LegacyItem& item) {

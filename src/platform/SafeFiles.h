@@ -35,6 +35,10 @@ struct Failure {
 // An existing `path` that is not a regular file is refused and left as it is.
 std::optional<Failure> writeAtomically(const QString& path, const QByteArray& bytes);
 
+// `stem` + `suffix` when nothing is at that path yet, else `stem` + "-2" + `suffix`, "-3"…:
+// a name for keeping something aside that never replaces an earlier copy.
+QString unusedPath(const QString& stem, const QString& suffix = {});
+
 // Removes the temporary files writeAtomically left beside `path` when its writer died. Only
 // for a caller that holds the lock every writer of `path` holds while it writes.
 void removeLeftovers(const QString& path);

@@ -22,12 +22,8 @@ bool occupied(const QString& path) {
 
 // "defaults.json.unreadable-20240305-090701", with "-2", "-3"… when that name is taken.
 QString unusedAsideName(const QString& filePath) {
-    const QString base =
-        filePath + u".unreadable-"_s + QDateTime::currentDateTime().toString(u"yyyyMMdd-HHmmss"_s);
-    QString candidate = base;
-    for (int n = 2; occupied(candidate); ++n)
-        candidate = base + u'-' + QString::number(n);
-    return candidate;
+    return SafeFiles::unusedPath(filePath + u".unreadable-"_s +
+                                 QDateTime::currentDateTime().toString(u"yyyyMMdd-HHmmss"_s));
 }
 
 // The largest settings file read: far beyond any real one, small enough to hold in memory.

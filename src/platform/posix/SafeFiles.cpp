@@ -155,6 +155,17 @@ std::optional<Failure> writeAtomically(const QString& requestedPath, const QByte
     return std::nullopt;
 }
 
+QString unusedPath(const QString& stem, const QString& suffix) {
+    const auto taken = [](const QString& path) {
+        struct stat info {};
+        return ::lstat(encoded(path).constData(), &info) == 0; // a dangling link counts too
+    };
+    QString candidate = stem + suffix;
+    for (int n = 2; taken(candidate); ++n)
+        candidate = stem + u'-' + QString::number(n) + suffix;
+    return candidate;
+}
+
 void removeLeftovers(const QString& path) {
     const QFileInfo target(resolvedTarget(path));
     QDir folder(target.absolutePath());
