@@ -229,7 +229,7 @@ FolderLock::FolderLock(const QString& folder, int timeoutMs) {
             return;
         }
         if (std::chrono::steady_clock::now() >= deadline) {
-            m_failure = failure(Kind::busy);
+            m_failure = SafeFiles::failure(Kind::busy);
             return;
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(1));

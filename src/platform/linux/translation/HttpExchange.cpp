@@ -3,7 +3,6 @@
 #include <QCoroNetworkReply>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
-#include <QTimer>
 #include <memory>
 
 namespace HttpExchange {
@@ -15,7 +14,7 @@ struct LaterDeleter {
 
 enum class Stop { none, connectLimit, totalLimit, stallLimit, tooLarge, cancelled };
 
-Outcome classify(const QNetworkReply& reply, Stop stop, bool answered, QByteArray body) {
+Outcome classify(const QNetworkReply& reply, Stop stop, QByteArray body) {
     switch (stop) {
     case Stop::cancelled:
         return Failure::cancelled;
@@ -43,8 +42,8 @@ Outcome classify(const QNetworkReply& reply, Stop stop, bool answered, QByteArra
     case QNetworkReply::ProxyTimeoutError:
         return Failure::noServer;
     case QNetworkReply::RemoteHostClosedError:
-        // Closing before a word of answer is not how an HTTP server says no.
-        return answered ? Failure::dropped : Failure::notHttp;
+        // Whether or not a word of the answer came, the connection broke off under it.
+        return Failure::dropped;
     case QNetworkReply::OperationCanceledError:
         // Every abort of ours sets `stop`, so this one came from elsewhere.
         return Failure::dropped;
@@ -59,7 +58,7 @@ Outcome classify(const QNetworkReply& reply, Stop stop, bool answered, QByteArra
 
 } // namespace
 
-QCoro::Task<Outcome> send(QNetworkAccessManager& manager, Request request,
+QCoro::Task<Outcome> send(QNetworkAccessManager& manager, TimerSource& timers, Request request,
                           CancellationToken token) {
     if (token.isCancelled())
         co_return Failure::cancelled;
@@ -80,7 +79,6 @@ QCoro::Task<Outcome> send(QNetworkAccessManager& manager, Request request,
     QNetworkReply* const r = reply.get();
 
     Stop stop = Stop::none;
-    bool answered = false;
     qint64 received = 0;
     QByteArray body;
     // The abort goes through the event loop, so a timer or a canceller never sees this
@@ -95,7 +93,6 @@ QCoro::Task<Outcome> send(QNetworkAccessManager& manager, Request request,
     const auto consume = [&](const QByteArray& chunk) {
         if (chunk.isEmpty())
             return;
-        answered = true;
         received += chunk.size();
         // A stream is handed on as it comes and may run long; only what is kept is capped.
         if (!request.onChunk && received > request.limits.maxBodyBytes) {
@@ -110,39 +107,34 @@ QCoro::Task<Outcome> send(QNetworkAccessManager& manager, Request request,
 
     // Every connection below ends with this frame: `guard` and the timers go with it.
     QObject guard;
-    QTimer totalTimer;
-    totalTimer.setSingleShot(true);
-    QObject::connect(&totalTimer, &QTimer::timeout, &guard,
-                     [&stopWith] { stopWith(Stop::totalLimit); });
-    totalTimer.start(request.limits.total);
+    const std::unique_ptr<TimerSource::Timer> totalTimer =
+        timers.start(request.limits.total, [&stopWith] { stopWith(Stop::totalLimit); });
+    std::unique_ptr<TimerSource::Timer> connectTimer =
+        timers.start(request.limits.connect, [&stopWith] { stopWith(Stop::connectLimit); });
+    QObject::connect(r, &QNetworkReply::requestSent, &guard,
+                     [&connectTimer] { connectTimer.reset(); });
 
-    QTimer connectTimer;
-    connectTimer.setSingleShot(true);
-    QObject::connect(&connectTimer, &QTimer::timeout, &guard,
-                     [&stopWith] { stopWith(Stop::connectLimit); });
-    QObject::connect(r, &QNetworkReply::requestSent, &connectTimer, &QTimer::stop);
-    connectTimer.start(request.limits.connect);
-
-    QTimer stallTimer;
-    stallTimer.setSingleShot(true);
-    QObject::connect(&stallTimer, &QTimer::timeout, &guard,
-                     [&stopWith] { stopWith(Stop::stallLimit); });
     const bool watchesStalls = request.limits.stall.count() > 0;
-    if (watchesStalls)
-        stallTimer.start(request.limits.stall);
-
-    QObject::connect(r, &QNetworkReply::metaDataChanged, &guard, [&answered] { answered = true; });
-    QObject::connect(r, &QNetworkReply::readyRead, &guard, [&] {
+    std::unique_ptr<TimerSource::Timer> stallTimer;
+    const auto watchForStall = [&] {
         if (watchesStalls)
-            stallTimer.start(request.limits.stall);
+            stallTimer =
+                timers.start(request.limits.stall, [&stopWith] { stopWith(Stop::stallLimit); });
+    };
+    watchForStall();
+
+    QObject::connect(r, &QNetworkReply::readyRead, &guard, [&] {
+        watchForStall();
         consume(r->readAll());
     });
     const CancellationToken::Subscription cancellation =
         token.onCancel([&stopWith] { stopWith(Stop::cancelled); });
 
     co_await r;
-    consume(r->readAll());
-    co_return classify(*r, stop, answered, std::move(body));
+    // An aborted reply is closed, and reading it would only print a warning.
+    if (r->isOpen())
+        consume(r->readAll());
+    co_return classify(*r, stop, std::move(body));
 }
 
 } // namespace HttpExchange
