@@ -128,7 +128,6 @@ TEST_F(TranslationCommandTest, FailedAnswerIsNamedInTheLogAndNothingElseReachesT
     };
     const QList<Case> cases = {
         {"/api/chat", dropMidBody, u"连接中断，请稍后再试"_s},
-        {"/api/chat", closeAtOnce, u"连接中断，请稍后再试"_s},
         {"/api/chat", garbage, u"翻译服务的答复无法识别"_s},
         {"/api/chat", notHttp, u"翻译服务的答复无法识别"_s},
         {"/api/chat", httpError, u"翻译服务出错"_s},

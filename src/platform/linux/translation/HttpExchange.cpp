@@ -14,7 +14,7 @@ struct LaterDeleter {
 
 enum class Stop { none, connectLimit, totalLimit, stallLimit, tooLarge, cancelled };
 
-Outcome classify(const QNetworkReply& reply, Stop stop, QByteArray body) {
+Outcome classify(const QNetworkReply& reply, Stop stop, bool answered, QByteArray body) {
     switch (stop) {
     case Stop::cancelled:
         return Failure::cancelled;
@@ -42,8 +42,8 @@ Outcome classify(const QNetworkReply& reply, Stop stop, QByteArray body) {
     case QNetworkReply::ProxyTimeoutError:
         return Failure::noServer;
     case QNetworkReply::RemoteHostClosedError:
-        // Whether or not a word of the answer came, the connection broke off under it.
-        return Failure::dropped;
+        // Closing before a word of answer is not how an HTTP server says no.
+        return answered ? Failure::dropped : Failure::notHttp;
     case QNetworkReply::OperationCanceledError:
         // Every abort of ours sets `stop`, so this one came from elsewhere.
         return Failure::dropped;
@@ -79,6 +79,7 @@ QCoro::Task<Outcome> send(QNetworkAccessManager& manager, TimerSource& timers, R
     QNetworkReply* const r = reply.get();
 
     Stop stop = Stop::none;
+    bool answered = false;
     qint64 received = 0;
     QByteArray body;
     // The abort goes through the event loop, so a timer or a canceller never sees this
@@ -93,6 +94,7 @@ QCoro::Task<Outcome> send(QNetworkAccessManager& manager, TimerSource& timers, R
     const auto consume = [&](const QByteArray& chunk) {
         if (chunk.isEmpty())
             return;
+        answered = true;
         received += chunk.size();
         // A stream is handed on as it comes and may run long; only what is kept is capped.
         if (!request.onChunk && received > request.limits.maxBodyBytes) {
@@ -123,6 +125,7 @@ QCoro::Task<Outcome> send(QNetworkAccessManager& manager, TimerSource& timers, R
     };
     watchForStall();
 
+    QObject::connect(r, &QNetworkReply::metaDataChanged, &guard, [&answered] { answered = true; });
     QObject::connect(r, &QNetworkReply::readyRead, &guard, [&] {
         watchForStall();
         consume(r->readAll());
@@ -134,7 +137,7 @@ QCoro::Task<Outcome> send(QNetworkAccessManager& manager, TimerSource& timers, R
     // An aborted reply is closed, and reading it would only print a warning.
     if (r->isOpen())
         consume(r->readAll());
-    co_return classify(*r, stop, std::move(body));
+    co_return classify(*r, stop, answered, std::move(body));
 }
 
 } // namespace HttpExchange
