@@ -12,7 +12,6 @@
 #include <chrono>
 #include <functional>
 
-
 // A model server on 127.0.0.1 that speaks the Ollama API (/api/tags, /api/ps, /api/chat and
 // the chunked NDJSON stream of /api/pull) and the OpenAI-compatible API (/v1/models,
 // /v1/chat/completions) over real HTTP/1.1 with keep-alive, answering from a script. Any
