@@ -232,10 +232,11 @@ TEST_F(LocalModelTranslationEngineTest, KeepsOnlyTheTranslationInBothProtocols) 
 }
 
 TEST_F(LocalModelTranslationEngineTest, EachFailureOfTheChatEndsInItsTextAndTeachesTheState) {
+    // Closing before a word of HTTP is a reply that cannot be read, like one in another
+    // protocol; closing part-way through an answer is an interruption.
     const std::pair<Misbehaviour, QString> cases[] = {
         {Misbehaviour::hang, kTimedOut},         {Misbehaviour::dropMidBody, kDropped},
-        {Misbehaviour::closeAtOnce, kBadAnswer}, // not a word of HTTP before the close
-                                                 // {Misbehaviour::notHttp, kBadAnswer},
+        {Misbehaviour::closeAtOnce, kBadAnswer}, {Misbehaviour::notHttp, kBadAnswer},
         {Misbehaviour::garbage, kBadAnswer},     {Misbehaviour::httpError, u"翻译服务出错"_s},
     };
     for (const Api api : {Api::ollama, Api::openAi}) {
