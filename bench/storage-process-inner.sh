@@ -4,6 +4,9 @@ set -euo pipefail
 build="$1"
 home=$(mktemp -d)
 export HOME="$home"
+# A runtime folder of its own: never another agent of this user.
+export XDG_RUNTIME_DIR="$home/runtime"
+mkdir -m 700 "$XDG_RUNTIME_DIR"
 unset XDG_CONFIG_HOME XDG_DATA_HOME XDG_STATE_HOME XDG_CACHE_HOME
 agent=""
 cleanup() {
@@ -35,7 +38,7 @@ PY
 measure "no agent"
 "$build/bin/quillet-agent" >/dev/null 2>&1 &
 agent=$!
-for _ in $(seq 50); do [ -S "${XDG_RUNTIME_DIR:-/nonexistent}/quillet-agent" ] && break; sleep 0.1; done
+for _ in $(seq 50); do [ -S "$XDG_RUNTIME_DIR/quillet/agent" ] && break; sleep 0.1; done
 sleep 1
 kill -0 "$agent" || { echo "the agent did not start" >&2; exit 1; }
 measure "agent running"

@@ -14,7 +14,6 @@
 #include "settings/TriggerSettings.h"
 
 #include <QPointer>
-#include <QScopeGuard>
 
 using namespace Qt::StringLiterals;
 
@@ -224,20 +223,25 @@ QCoro::Task<void> AppCore::perform(QString query, bool userInitiated, Cancellati
     const LookupOutcome outcome = co_await m_deps.engine.lookup(query, token);
     if (!self)
         co_return;
-    const auto settle = qScopeGuard([&] {
-        if (generation == m_generation)
-            m_inFlight.reset();
-        Q_EMIT lookupSettled(query);
-    });
+    const bool refreshesStatus = conclude(query, userInitiated, token, outcome);
+    settle(query, generation);
+    // The lookup is over: a newer one may start while the settings catch up, and observers
+    // of the settling may have ended the coordinator.
+    if (!self || !refreshesStatus)
+        co_return;
+    co_await m_deps.translator.refreshAssetStatus();
+}
 
+bool AppCore::conclude(const QString& query, bool userInitiated, const CancellationToken& token,
+                       const LookupOutcome& outcome) {
     if (token.isCancelled() || std::holds_alternative<Cancelled>(outcome)) {
         collapseIfStillLoading(query);
-        co_return;
+        return false;
     }
     if (const auto* error = std::get_if<LookupError>(&outcome)) {
         m_deps.presenter.showFailure(error->localizedDescription(), userInitiated);
         m_deps.log.append(EventLog::Kind::error, LookupLogLines::failure(*error));
-        co_return;
+        return false;
     }
     const LookupResult& result = std::get<LookupResult>(outcome);
     const bool shown = m_deps.presenter.show(result, userInitiated);
@@ -254,9 +258,15 @@ QCoro::Task<void> AppCore::perform(QString query, bool userInitiated, Cancellati
         }
     }
     m_deps.log.append(EventLog::Kind::result, LookupLogLines::summary(result));
-    if (result.isTranslation() &&
-        m_deps.translator.assetStatus() != TranslationAssetStatus::installed)
-        co_await m_deps.translator.refreshAssetStatus();
+    // So that the settings show what the translation taught about the model.
+    return result.isTranslation() &&
+           m_deps.translator.assetStatus() != TranslationAssetStatus::installed;
+}
+
+void AppCore::settle(const QString& query, quint64 generation) {
+    if (generation == m_generation)
+        m_inFlight.reset();
+    Q_EMIT lookupSettled(query);
 }
 
 void AppCore::collapseIfStillLoading(const QString& query) {

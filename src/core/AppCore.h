@@ -3,6 +3,7 @@
 #include "capture/ClipboardMonitor.h"
 #include "core/Cancellation.h"
 #include "core/CaptureFilter.h"
+#include "core/LookupEngine.h"
 #include "core/LookupResult.h"
 #include "core/RejectReason.h"
 
@@ -15,7 +16,6 @@
 
 class EventLog;
 class FilterPreferences;
-class LookupEngine;
 class LookupPresenter;
 class Pasteboard;
 class Preferences;
@@ -96,6 +96,12 @@ Q_SIGNALS:
 private:
     QCoro::Task<void> perform(QString query, bool userInitiated, CancellationToken token,
                               quint64 generation);
+    // Hands a lookup's outcome to the panel, the notebook and the log; true when the
+    // translation service's state should be refreshed afterwards.
+    bool conclude(const QString& query, bool userInitiated, const CancellationToken& token,
+                  const LookupOutcome& outcome);
+    // The lookup is no longer in flight.
+    void settle(const QString& query, quint64 generation);
     QCoro::Task<void> prepareAndRun(QString query);
     std::optional<RejectReason> filter(const CaptureFilter::Capture& capture) const;
     void refuse(const QString& feature, RejectReason reason, const QString& text);

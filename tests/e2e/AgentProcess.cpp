@@ -29,8 +29,18 @@ AgentProcess::~AgentProcess() {
 }
 
 bool AgentProcess::start(const Options& options) {
+    m_homePath = options.home.isEmpty() ? m_home.path() : options.home;
+    const QDir home(m_homePath);
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(u"HOME"_s, m_home.path());
+    environment.insert(u"HOME"_s, m_homePath);
+    // A runtime folder per home: agents of other tests (and other checkouts' test runs on
+    // this machine) never take each other for the user's running agent.
+    const QString runtime = home.filePath(u"runtime"_s);
+    if (!home.exists(u"runtime"_s) &&
+        !home.mkdir(u"runtime"_s,
+                    QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner))
+        return false;
+    environment.insert(u"XDG_RUNTIME_DIR"_s, runtime);
     for (const char* variable :
          {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_STATE_HOME", "XDG_CACHE_HOME"})
         environment.remove(QString::fromLatin1(variable));
@@ -42,7 +52,7 @@ bool AgentProcess::start(const Options& options) {
     QJsonObject defaults = options.defaults;
     if (!defaults.contains(u"translation.endpoint"_s))
         defaults.insert(u"translation.endpoint"_s, u"http://127.0.0.1:9"_s);
-    const QString configFolder = m_home.filePath(u".config/Quillet"_s);
+    const QString configFolder = home.filePath(u".config/Quillet"_s);
     QDir().mkpath(configFolder);
     QFile settings(configFolder + u"/defaults.json"_s);
     if (!options.keepsSettings || !settings.exists()) {
@@ -55,7 +65,7 @@ bool AgentProcess::start(const Options& options) {
         environment.insert(u"QUILLET_CLIPBOARD_POLL_MS"_s,
                            QString::number(options.clipboardPollMs));
     if (options.fakeClock && QFile::exists(QString::fromLatin1(kFakeTimeLibrary))) {
-        m_clockFile = m_home.filePath(u"clock-offset"_s);
+        m_clockFile = home.filePath(u"clock-offset"_s);
         QFile file(m_clockFile);
         if (!file.open(QIODevice::WriteOnly) || file.write("+0\n") < 0)
             return false;
@@ -71,7 +81,7 @@ bool AgentProcess::start(const Options& options) {
         environment.insert(assignment.left(equals), assignment.mid(equals + 1));
     }
     m_process.setProcessEnvironment(environment);
-    m_process.setWorkingDirectory(m_home.path());
+    m_process.setWorkingDirectory(m_homePath);
     m_process.start(agentPath(), {});
     return m_process.waitForStarted(5000);
 }
@@ -91,6 +101,18 @@ void AgentProcess::kill() {
         return;
     m_process.kill();
     m_process.waitForFinished(3000);
+}
+
+std::optional<int> AgentProcess::waitForExit(int timeoutMs) {
+    const QDeadlineTimer deadline(timeoutMs);
+    while (m_process.state() != QProcess::NotRunning && !deadline.hasExpired()) {
+        m_process.waitForFinished(int(qMin<qint64>(deadline.remainingTime(), 100)));
+        readAvailable();
+        QCoreApplication::processEvents();
+    }
+    if (m_process.state() != QProcess::NotRunning || m_process.exitStatus() != QProcess::NormalExit)
+        return std::nullopt;
+    return m_process.exitCode();
 }
 
 void AgentProcess::readAvailable() {

@@ -17,7 +17,10 @@ public:
         int clipboardPollMs = 0; // 0: the agent's own interval
         bool fakeClock = true;   // lets the test advance the wall clock
         QStringList extraEnvironment;
-        QJsonObject defaults;       // the saved settings the agent starts with
+        QJsonObject defaults; // the saved settings the agent starts with
+        // A home shared with other agents of the test (the same user launching again);
+        // empty: a home of this process's own.
+        QString home;
         bool keepsSettings = false; // start on the settings file an earlier run left
     };
 
@@ -27,8 +30,11 @@ public:
     bool start(const Options& options);
     bool start() { return start(Options{}); }
     void stop();
-    // SIGKILL, as a crash or a power cut would end it.
+    // Ends the agent as a crash would, leaving behind whatever it had open.
     void kill();
+    // Waits for the agent to end by itself: its exit code, or nothing when it is still
+    // running after `timeoutMs` or crashed.
+    std::optional<int> waitForExit(int timeoutMs);
 
     // The default wait outlasts Qt's 5 s clipboard timeout: a copy that lands while the agent
     // is still reading the previous owner (which has just quit) is seen after that stall.
@@ -51,12 +57,13 @@ public:
     // A size from /proc/<pid>/status: VmRSS, RssAnon (heap and stacks), RssFile (mapped files).
     qint64 residentBytes(const QByteArray& field = "VmRSS") const;
     bool isRunning() const { return m_process.state() == QProcess::Running; }
-    QString home() const { return m_home.path(); }
+    QString home() const { return m_homePath; }
 
 private:
     void readAvailable();
 
     QTemporaryDir m_home;
+    QString m_homePath;
     QProcess m_process;
     QStringList m_lines;
     QByteArray m_partial;

@@ -6,7 +6,9 @@
 #include <QPointer>
 #include <QTcpSocket>
 #include <QTimer>
+#include <algorithm>
 #include <memory>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -92,6 +94,23 @@ QList<QByteArray> FakeModelServer::paths() const {
     return paths;
 }
 
+bool FakeModelServer::received(const QByteArrayView& path) const {
+    return std::any_of(requests.begin(), requests.end(),
+                       [&](const Request& request) { return request.path == path; });
+}
+
+void FakeModelServer::release() {
+    const QList<Held> held = std::exchange(m_held, {});
+    for (const Held& h : held) {
+        if (!h.socket)
+            continue;
+        Route route = routes.value(h.request.path);
+        route.misbehaviour = Misbehaviour::none;
+        route.delay = {};
+        answerNormally(h.socket, h.request, route);
+    }
+}
+
 void FakeModelServer::accept() {
     while (QTcpSocket* socket = m_server.nextPendingConnection()) {
         m_buffers.insert(socket, {});
@@ -137,6 +156,9 @@ void FakeModelServer::serve(QTcpSocket* socket, const Request& request) {
     const Route route = routes.value(request.path);
     switch (route.misbehaviour) {
     case Misbehaviour::hang:
+        return;
+    case Misbehaviour::held:
+        m_held.append({socket, request});
         return;
     case Misbehaviour::closeAtOnce:
         socket->abort();

@@ -5,12 +5,12 @@
 #include <QJsonObject>
 #include <QList>
 #include <QObject>
+#include <QPointer>
 #include <QStringList>
 #include <QTcpServer>
+#include <QTcpSocket>
 #include <chrono>
 #include <functional>
-
-class QTcpSocket;
 
 // A model server on 127.0.0.1 that speaks the Ollama API (/api/tags, /api/ps, /api/chat and
 // the chunked NDJSON stream of /api/pull) and the OpenAI-compatible API (/v1/models,
@@ -22,6 +22,7 @@ public:
     enum class Misbehaviour {
         none,
         hang,        // reads the request and never answers
+        held,        // reads the request and answers when the test calls release()
         garbage,     // HTTP 200 whose body is not JSON
         notHttp,     // bytes that are not HTTP, then closes
         httpError,   // `errorStatus` with a JSON error body
@@ -72,6 +73,12 @@ public:
     QList<Request> requests;
     int closedConnections() const { return m_closed; }
     QList<QByteArray> paths() const;
+    // Whether a request for `path` has arrived.
+    bool received(const QByteArrayView& path) const;
+
+    // Answers every held request now, as its route says apart from the holding.
+    void release();
+    int heldCount() const { return int(m_held.size()); }
 
 Q_SIGNALS:
     void connectionClosed();
@@ -84,7 +91,13 @@ private:
     void answerNormally(QTcpSocket* socket, const Request& request, const Route& route);
     void streamPull(QTcpSocket* socket, const Request& request, const Route& route);
 
+    struct Held {
+        QPointer<QTcpSocket> socket;
+        Request request;
+    };
+
     QTcpServer m_server;
     QHash<QTcpSocket*, QByteArray> m_buffers;
+    QList<Held> m_held;
     int m_closed = 0;
 };

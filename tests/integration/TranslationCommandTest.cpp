@@ -92,7 +92,7 @@ TEST_F(TranslationCommandTest, SetupFailuresExitTwoAndSayWhy) {
          "网址 指向它。"_s},
         {u"ollama"_s, server.endpoint(), u"pull model manifest: file does not exist"_s,
          u"状态：模型未下载"_s,
-         u"未能准备模型：翻译服务不可用（pull model manifest: file does not exist）"_s},
+         u"未能准备模型：翻译服务出错（pull model manifest: file does not exist）"_s},
         {u"openai"_s,
          server.endpoint(),
          {},
@@ -117,13 +117,41 @@ TEST_F(TranslationCommandTest, SentenceLookupShowsTheTranslationOrTheReadersMess
     const QJsonObject object = QJsonDocument::fromJson(json.out.toUtf8()).object();
     EXPECT_EQ(object[u"payload"_s].toString(), u"translation"_s);
     EXPECT_EQ(object[u"translation"_s].toString(), u"猫坐在垫子上。"_s);
+}
 
-    server.routes = {{"/api/chat", {FakeModelServer::Misbehaviour::dropMidBody}}};
-    const QuilletProcess::Run failed = quillet({u"lookup"_s, kSentence});
-    EXPECT_EQ(failed.exitCode, 2);
-    EXPECT_EQ(failed.err, u"未能翻译，请再试一次。"_s);
-    // The engine's own reason goes to the log, just before the reader's message.
-    const QStringList log = quillet({u"log"_s, u"--lines"_s, u"2"_s}).out.split(u'\n');
-    EXPECT_TRUE(log.first().endsWith(u"翻译失败：翻译请求已取消"_s))
-        << log.join(u'\n').toStdString();
+TEST_F(TranslationCommandTest, FailedAnswerIsNamedInTheLogAndNothingElseReachesTheTerminal) {
+    using enum FakeModelServer::Misbehaviour;
+    struct Case {
+        QByteArray path;
+        FakeModelServer::Misbehaviour misbehaviour;
+        QString reason; // what the log says after "翻译失败："
+    };
+    const QList<Case> cases = {
+        {"/api/chat", dropMidBody, u"连接中断，请稍后再试"_s},
+        {"/api/chat", garbage, u"翻译服务的答复无法识别"_s},
+        {"/api/chat", notHttp, u"翻译服务的答复无法识别"_s},
+        {"/api/chat", httpError, u"翻译服务出错"_s},
+        // A server that takes the connection and never answers is given up after the quick
+        // listing's limit, long before a translation's own.
+        {"/api/tags", hang, u"翻译超时，请稍后再试"_s},
+    };
+    for (const Case& c : cases) {
+        server.routes = {{c.path, {c.misbehaviour}}};
+        server.requests.clear();
+        const QuilletProcess::Run failed = quillet({u"lookup"_s, kSentence});
+        const std::string name = c.reason.toStdString();
+        EXPECT_EQ(failed.exitCode, 2) << name;
+        // One line of the reader's message: no warnings of the libraries underneath.
+        EXPECT_FALSE(failed.err.contains(u'\n')) << failed.err.toStdString();
+        // A stalled server never said whether it has the model.
+        if (c.misbehaviour != hang)
+            EXPECT_EQ(failed.err, u"未能翻译，请再试一次。"_s) << name;
+        // The engine's own reason goes to the log, just before the reader's message.
+        const QStringList log = quillet({u"log"_s, u"--lines"_s, u"2"_s}).out.split(u'\n');
+        EXPECT_TRUE(log.first().endsWith(u"翻译失败："_s + c.reason))
+            << log.join(u'\n').toStdString();
+        if (c.misbehaviour == hang)
+            EXPECT_FALSE(server.received("/api/chat"))
+                << "the stalled server was asked to translate";
+    }
 }

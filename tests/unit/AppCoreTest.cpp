@@ -6,6 +6,7 @@
 #include "dictionary/WordSourceCatalog.h"
 #include "harness/FakeModelServer.h"
 #include "harness/FixtureDatabase.h"
+#include "harness/ManualTimers.h"
 #include "harness/QtPrinters.h"
 #include "harness/ScriptedPasteboard.h"
 #include "notebook/Vocabulary.h"
@@ -18,6 +19,7 @@
 #include "settings/TriggerSettings.h"
 
 #include <QCoroTask>
+#include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
 #include <gtest/gtest.h>
@@ -74,6 +76,12 @@ protected:
         core.clipboard().poll();
     }
 
+    // Waits until the server holds a request for `path`.
+    void arrived(const QByteArray& path) {
+        ASSERT_TRUE(QTest::qWaitFor([&] { return server.received(path); }))
+            << path.toStdString() << " never reached the server";
+    }
+
     void settle() {
         EXPECT_TRUE(QTest::qWaitFor([this] { return !core.isLookupInFlight(); }))
             << "a lookup never settled";
@@ -104,8 +112,14 @@ protected:
     RecordingPresenter presenter;
     QStringList spoken;
     QDateTime now = QDateTime(QDate(2026, 3, 1), QTime(9, 0), Qt::UTC);
-    LocalModelTranslationEngine translator{translationSettings, log,
-                                           LocalModelTranslationEngine::Timing::standard()};
+    // The translator's time limits and notices run on a clock that this test never moves.
+    ManualTimers timers;
+    LocalModelTranslationEngine translator{translationSettings, log, [this] {
+                                               auto timing =
+                                                   LocalModelTranslationEngine::Timing::standard();
+                                               timing.timers = &timers;
+                                               return timing;
+                                           }()};
     LookupEngine engine{{.bundled = bundled,
                          .catalog = catalog,
                          .translator = translator,
@@ -200,11 +214,15 @@ TEST_F(AppCoreTest, RefusalsAreLoggedKeptForRetryingAndSecretsLeaveNoTrace) {
 
 TEST_F(AppCoreTest, NewerLookupSupersedesTheOneStillLoading) {
     refreshStatus();
-    server.routes.insert("/api/chat", {.delay = 300ms});
+    server.routes.insert("/api/chat", {FakeModelServer::Misbehaviour::held});
+    QSignalSpy settled(&core, &AppCore::lookupSettled);
     core.run(u"The first sentence is slow."_s, false);
+    arrived("/api/chat");
     core.run(u"water"_s, false);
-    settle();
-    QTest::qWait(600); // long enough for the first answer to have arrived had it not been cancelled
+    ASSERT_TRUE(QTest::qWaitFor([&] { return settled.size() == 2; })) << calls().toStdString();
+    // Whatever the server sends now reaches a request that is gone.
+    server.release();
+    QTest::qWaitFor([this] { return server.closedConnections() > 0; });
     EXPECT_EQ(presenter.calls, QStringList({u"loading:The first sentence is slow."_s,
                                             u"loading:water"_s, u"show:water"_s}));
     for (const QString& line : logLines())
@@ -213,16 +231,60 @@ TEST_F(AppCoreTest, NewerLookupSupersedesTheOneStillLoading) {
 
 TEST_F(AppCoreTest, CancelledLookupCollapsesOnlyItsOwnLoadingState) {
     refreshStatus();
-    server.routes.insert("/api/chat", {.delay = 2000ms});
+    server.routes.insert("/api/chat", {FakeModelServer::Misbehaviour::held});
+    QSignalSpy settled(&core, &AppCore::lookupSettled);
     const QString first = u"A slow sentence to translate."_s;
     core.run(first, false);
     core.run(u"Another slow sentence here."_s, false);
     // The panel still shows the first query's loading state (as when the second run was
     // never shown), so the first run's cancellation folds the panel, once.
     presenter.loading = first;
-    QTest::qWait(300);
+    ASSERT_TRUE(QTest::qWaitFor([&] { return settled.size() == 1; }));
+    EXPECT_EQ(settled[0][0].toString(), first);
     EXPECT_EQ(presenter.calls.count(u"collapse"_s), 1) << calls().toStdString();
     EXPECT_TRUE(logLines().contains(u"[结果] 查询中断，收起面板｜"_s + first));
+    EXPECT_TRUE(core.isLookupInFlight()) << "the second lookup still runs";
+}
+
+TEST_F(AppCoreTest, LookupSettlesBeforeTheStatusRefreshThatMayOutliveTheCoordinator) {
+    // A translation from a server the settings replaced meanwhile teaches nothing, so the
+    // coordinator asks the translator for the model's state after showing it.
+    server.installed = {TranslationSettings::defaultModel, u"other"_s};
+    server.routes = {{"/api/tags", {FakeModelServer::Misbehaviour::garbage}},
+                     {"/api/chat", {FakeModelServer::Misbehaviour::held}}};
+    auto coordinator = std::make_unique<AppCore>(AppCore::Dependencies{
+        .presenter = presenter,
+        .pasteboard = pasteboard,
+        .translator = translator,
+        .engine = engine,
+        .vocabulary = vocabulary,
+        .log = log,
+        .preferences = preferences,
+        .triggers = triggers,
+        .filter = filter,
+        .speak = {},
+        .openInDictionary = {},
+    });
+    QSignalSpy settled(coordinator.get(), &AppCore::lookupSettled);
+    const QString sentence = u"Read this sentence please."_s;
+    coordinator->run(sentence, false);
+    arrived("/api/chat");
+    server.routes.insert("/api/tags", {FakeModelServer::Misbehaviour::held});
+    translationSettings.setModel(u"other"_s);
+    server.release();
+
+    // Shown, logged and settled while the state is still being asked for.
+    ASSERT_TRUE(QTest::qWaitFor([this] { return server.heldCount() == 1; }));
+    EXPECT_EQ(presenter.calls.last(), u"show:"_s + sentence);
+    EXPECT_EQ(settled.size(), 1);
+    EXPECT_FALSE(coordinator->isLookupInFlight());
+
+    // The coordinator ends before the answer; the answer then finds nothing to touch.
+    coordinator.reset();
+    server.routes.remove("/api/tags");
+    server.release();
+    EXPECT_TRUE(QTest::qWaitFor(
+        [this] { return translator.assetStatus() == TranslationAssetStatus::installed; }));
 }
 
 TEST_F(AppCoreTest, MissingModelIsAskedForOnceAndDownloadedOnRequest) {

@@ -1,17 +1,16 @@
 #include "platform/linux/translation/LocalModelTranslationEngine.h"
 
 #include "harness/FakeModelServer.h"
+#include "harness/ManualTimers.h"
 #include "harness/QtPrinters.h"
 #include "settings/DefaultsStore.h"
 #include "settings/EventLog.h"
 #include "settings/TranslationSettings.h"
 
-#include <QElapsedTimer>
 #include <QSignalSpy>
 #include <QTcpServer>
 #include <QTemporaryDir>
 #include <QTest>
-#include <QTimer>
 #include <gtest/gtest.h>
 
 using namespace Qt::StringLiterals;
@@ -25,19 +24,30 @@ using Status = TranslationAssetStatus;
 
 const QString kModel = u"qwen2.5:1.5b"_s;
 const QString kUnavailable = u"翻译服务不可用"_s;
+const QString kTimedOut = u"翻译超时，请稍后再试"_s;
+const QString kDropped = u"连接中断，请稍后再试"_s;
+const QString kBadAnswer = u"翻译服务的答复无法识别"_s;
+const QString kNoTranslation = u"翻译服务没有给出译文"_s;
 const QString kSentence = u"The cat sat on the mat."_s;
 
-// Short limits so the slow cases end in a fraction of a second.
-LocalModelTranslationEngine::Timing testTiming() {
-    return {.limits = {.quick = {.connect = 2s, .total = 2s},
-                       .chat = {.connect = 2s, .total = 500ms},
-                       .pull = {.connect = 2s, .total = 10s, .stall = 300ms}},
-            .noticeWhenUnloaded = 50ms,
-            .noticeWhenUnknown = 150ms};
+// The limits run on the test's clock. The connect limits are the longest, so that a request
+// the server has seen is never taken for one that could not connect, whenever the client
+// hears that it went out.
+LocalModelTranslationEngine::Timing testTiming(ManualTimers& timers) {
+    return {.limits = {.quick = {.connect = 1h, .total = 2s},
+                       .chat = {.connect = 1h, .total = 60s},
+                       .pull = {.connect = 1h, .total = 10h, .stall = 30s}},
+            .noticeWhenUnloaded = 500ms,
+            .noticeWhenUnknown = 3s,
+            .timers = &timers};
 }
 
 QByteArray chatPath(Api api) {
     return api == Api::ollama ? "/api/chat" : "/v1/chat/completions";
+}
+
+QByteArray listingPath(Api api) {
+    return api == Api::ollama ? "/api/tags" : "/v1/models";
 }
 
 const char* apiName(Api api) {
@@ -60,6 +70,35 @@ QString textOf(const TranslationOutcome& outcome) {
     return u"<cancelled>"_s;
 }
 
+// A task left running while the test moves the clock; its outcome once it has one.
+template <typename Value> class Running {
+public:
+    explicit Running(QCoro::Task<Value> task)
+        : m_outcome(std::make_shared<std::optional<Value>>()) {
+        collect(std::move(task), m_outcome);
+    }
+    bool finished() const { return m_outcome->has_value(); }
+    // Lets the events already under way (a reply on its way in) end the task.
+    const Value& outcome() const {
+        EXPECT_TRUE(QTest::qWaitFor([this] { return finished(); })) << "the task never ended";
+        return m_outcome->value();
+    }
+
+private:
+    static QCoro::Task<void> collect(QCoro::Task<Value> task,
+                                     std::shared_ptr<std::optional<Value>> outcome) {
+        Value value = co_await std::move(task);
+        *outcome = std::move(value);
+    }
+    std::shared_ptr<std::optional<Value>> m_outcome;
+};
+
+// A refresh as a task with an outcome, to be left running like a translation.
+QCoro::Task<bool> refreshOf(TranslationEngine& engine) {
+    co_await engine.refreshAssetStatus();
+    co_return true;
+}
+
 class LocalModelTranslationEngineTest : public testing::Test {
 protected:
     QTemporaryDir dir;
@@ -67,7 +106,8 @@ protected:
     TranslationSettings settings{store};
     EventLog log{[](const QString&, const QDateTime&) {}, false};
     FakeModelServer server;
-    LocalModelTranslationEngine engine{settings, log, testTiming()};
+    ManualTimers timers;
+    LocalModelTranslationEngine engine{settings, log, testTiming(timers)};
 
     void SetUp() override {
         ASSERT_TRUE(server.listen());
@@ -87,6 +127,11 @@ protected:
     Status refreshed() {
         QCoro::waitFor(engine.refreshAssetStatus());
         return engine.assetStatus();
+    }
+    // Waits until the server has the request, as a request that hangs there would be.
+    void arrived(const QByteArray& path) {
+        ASSERT_TRUE(QTest::qWaitFor([&] { return server.received(path); }))
+            << path.toStdString() << " never reached the server";
     }
     QString lastLogLine() const { return log.entries().first().text; }
 };
@@ -173,7 +218,7 @@ TEST_F(LocalModelTranslationEngineTest, KeepsOnlyTheTranslationInBothProtocols) 
                 return c.answer;
             };
             EXPECT_EQ(textOf(translate(c.source)),
-                      c.expected ? u"<translated: "_s + *c.expected + u">"_s : kUnavailable)
+                      c.expected ? u"<translated: "_s + *c.expected + u">"_s : kNoTranslation)
                 << apiName(api) << ": " << c.answer.toStdString();
         }
         // What was asked: the text alone as the user's message, the model, no streaming.
@@ -186,32 +231,37 @@ TEST_F(LocalModelTranslationEngineTest, KeepsOnlyTheTranslationInBothProtocols) 
     }
 }
 
-TEST_F(LocalModelTranslationEngineTest, EachFailureEndsInItsTextAndTeachesTheState) {
+TEST_F(LocalModelTranslationEngineTest, EachFailureOfTheChatEndsInItsTextAndTeachesTheState) {
+    // Closing before a word of HTTP is a reply that cannot be read, like one in another
+    // protocol; closing part-way through an answer is an interruption.
     const std::pair<Misbehaviour, QString> cases[] = {
-        {Misbehaviour::hang, u"翻译超时，请稍后再试"_s},
-        {Misbehaviour::dropMidBody, u"翻译请求已取消"_s},
-        {Misbehaviour::closeAtOnce, kUnavailable},
-        {Misbehaviour::notHttp, kUnavailable},
-        {Misbehaviour::garbage, kUnavailable},
-        {Misbehaviour::httpError, kUnavailable},
+        {Misbehaviour::hang, kTimedOut},         {Misbehaviour::dropMidBody, kDropped},
+        {Misbehaviour::closeAtOnce, kBadAnswer}, {Misbehaviour::notHttp, kBadAnswer},
+        {Misbehaviour::garbage, kBadAnswer},     {Misbehaviour::httpError, u"翻译服务出错"_s},
     };
     for (const Api api : {Api::ollama, Api::openAi}) {
         for (const auto& [chat, text] : cases) {
-            // A fresh engine knows nothing yet: a failure asks the server what it has.
-            LocalModelTranslationEngine fresh(settings, log, testTiming());
+            // A fresh engine knows nothing yet: it asks the server what it has first.
+            LocalModelTranslationEngine fresh(settings, log, testTiming(timers));
             use(api);
             server.routes = {{chatPath(api), {chat}}};
-            QElapsedTimer clock;
-            clock.start();
-            const TranslationOutcome outcome = QCoro::waitFor(fresh.translate(kSentence, {}));
+            server.requests.clear();
+            const Running running(fresh.translate(kSentence, {}));
             const std::string name = apiName(api) + std::to_string(int(chat));
-            EXPECT_EQ(textOf(outcome), text) << name;
+            if (chat == Misbehaviour::hang) {
+                arrived(chatPath(api));
+                timers.advance(59'999ms);
+                QCoreApplication::processEvents();
+                EXPECT_FALSE(running.finished()) << "the chat has its whole limit";
+                timers.advance(1ms);
+            }
+            EXPECT_EQ(textOf(running.outcome()), text) << name;
             EXPECT_EQ(fresh.assetStatus(), Status::installed) << name;
-            EXPECT_LT(clock.elapsed(), 2'000) << name;
+            EXPECT_EQ(server.paths().value(0), listingPath(api)) << name;
         }
         server.routes.clear();
 
-        // The chat's own answer tells a missing model and a missing server apart.
+        // The chat's own answer tells a missing model; the listing, a missing server.
         use(api);
         server.installed.clear();
         EXPECT_EQ(textOf(translate(kSentence)), kUnavailable);
@@ -224,6 +274,42 @@ TEST_F(LocalModelTranslationEngineTest, EachFailureEndsInItsTextAndTeachesTheSta
     }
 }
 
+TEST_F(LocalModelTranslationEngineTest, ServerThatStopsAnsweringIsGivenUpWithinTheQuickLimit) {
+    for (const Api api : {Api::ollama, Api::openAi}) {
+        // What the engine knew before the stall stays: a stall says nothing about the model.
+        use(api);
+        server.routes.clear();
+        ASSERT_EQ(refreshed(), Status::installed);
+        server.routes = {{listingPath(api), {Misbehaviour::hang}}};
+        server.requests.clear();
+        const Running refreshing(refreshOf(engine));
+        arrived(listingPath(api));
+        timers.advance(2s);
+        refreshing.outcome();
+        EXPECT_EQ(engine.assetStatus(), Status::installed) << apiName(api);
+
+        // A first translation asks the listing first and never gets to the long chat limit.
+        LocalModelTranslationEngine fresh(settings, log, testTiming(timers));
+        server.requests.clear();
+        const Running stalled(fresh.translate(kSentence, {}));
+        arrived(listingPath(api));
+        timers.advance(1999ms);
+        QCoreApplication::processEvents();
+        EXPECT_FALSE(stalled.finished());
+        timers.advance(1ms);
+        EXPECT_EQ(textOf(stalled.outcome()), kTimedOut) << apiName(api);
+        EXPECT_FALSE(server.received(chatPath(api)));
+
+        // One that drops the listing is interrupted; the next translation asks again.
+        server.routes = {{listingPath(api), {Misbehaviour::dropMidBody}}};
+        EXPECT_EQ(textOf(QCoro::waitFor(fresh.translate(kSentence, {}))), kDropped);
+        server.routes.clear();
+        EXPECT_EQ(textOf(QCoro::waitFor(fresh.translate(kSentence, {}))),
+                  u"<translated: 你好，世界。>"_s);
+        EXPECT_EQ(timers.pending(), 0) << "every limit ends with its request";
+    }
+}
+
 TEST_F(LocalModelTranslationEngineTest, CancellingAbortsAtOnceAndSilently) {
     // Whether the server sees one more connection go than `before`.
     const auto closedAfter = [this](int before) {
@@ -233,16 +319,17 @@ TEST_F(LocalModelTranslationEngineTest, CancellingAbortsAtOnceAndSilently) {
         use(api);
         refreshed();
         server.routes = {{chatPath(api), {Misbehaviour::hang}}};
+        server.requests.clear();
         const int closed = server.closedConnections();
         CancellationToken token;
-        QTimer::singleShot(50ms, [token] { token.cancel(); });
-        QElapsedTimer clock;
-        clock.start();
-        const TranslationOutcome outcome = translate(kSentence, token);
+        const Running running(engine.translate(kSentence, token));
+        arrived(chatPath(api));
+        token.cancel(); // the clock never moves, so no time limit can have ended it
+        const TranslationOutcome& outcome = running.outcome();
         EXPECT_TRUE(std::holds_alternative<Cancelled>(outcome)) << textOf(outcome).toStdString();
-        EXPECT_LT(clock.elapsed(), 300) << "well before the 500 ms limit";
         EXPECT_TRUE(closedAfter(closed)) << apiName(api);
         EXPECT_EQ(engine.assetStatus(), Status::installed);
+        EXPECT_EQ(timers.pending(), 0);
     }
 
     // A download stops as soon as it is cancelled.
@@ -268,26 +355,38 @@ TEST_F(LocalModelTranslationEngineTest, FirstSlowTranslationOfARunIsAnnounced) {
         const char* name;
         Api api;
         bool loaded, installed;
-        std::chrono::milliseconds answerDelay;
+        bool slow; // the answer comes only after the notice's delay
         bool announced;
     };
     const QList<Case> cases = {
-        {"ollama loads the model", Api::ollama, false, true, 200ms, true},
-        {"ollama has it in memory", Api::ollama, true, true, 200ms, false},
-        {"ollama lacks the model", Api::ollama, false, false, 0ms, false},
-        {"openai answers slowly", Api::openAi, false, true, 300ms, true},
-        {"openai answers at once", Api::openAi, false, true, 0ms, false},
+        {"ollama loads the model", Api::ollama, false, true, true, true},
+        {"ollama has it in memory", Api::ollama, true, true, true, false},
+        {"ollama lacks the model", Api::ollama, false, false, false, false},
+        {"openai answers slowly", Api::openAi, false, true, true, true},
+        {"openai answers at once", Api::openAi, false, true, false, false},
     };
     for (const Case& c : cases) {
-        LocalModelTranslationEngine fresh(settings, log, testTiming());
+        LocalModelTranslationEngine fresh(settings, log, testTiming(timers));
         QSignalSpy notices(&fresh, &TranslationEngine::notice);
         use(c.api);
         server.loaded = c.loaded ? QStringList{kModel} : QStringList{};
         server.installed = c.installed ? QStringList{kModel} : QStringList{};
-        server.routes = {{chatPath(c.api), {.delay = c.answerDelay}}};
-        QCoro::waitFor(fresh.translate(u"Good morning to you."_s, {}));
+        server.routes = {{chatPath(c.api), {c.slow ? Misbehaviour::held : Misbehaviour::none}}};
+        server.requests.clear();
+        const Running first(fresh.translate(u"Good morning to you."_s, {}));
+        if (c.slow) {
+            arrived(chatPath(c.api));
+            // Ollama said the model is not in memory; other servers cannot tell.
+            timers.advance(c.api == Api::ollama ? 500ms : 3s);
+            server.release();
+        }
+        first.outcome();
+        timers.advance(1h);    // a notice not given while waiting is never given late
         server.loaded.clear(); // the next answer would be slow again, but is not the first
-        QCoro::waitFor(fresh.translate(u"Good evening to you."_s, {}));
+        server.routes.clear();
+        const Running second(fresh.translate(u"Good evening to you."_s, {}));
+        second.outcome();
+        timers.advance(1h);
         ASSERT_EQ(notices.size(), c.announced ? 1 : 0) << c.name;
         if (c.announced) {
             EXPECT_EQ(notices[0][0].toString(),
@@ -337,10 +436,12 @@ TEST_F(LocalModelTranslationEngineTest, FailedPreparationLogsWhy) {
         QString logged;
     };
     const QList<Case> cases = {
-        {Api::ollama, Misbehaviour::dropMidBody, u"语言包检查失败：翻译请求已取消"_s},
+        {Api::ollama, Misbehaviour::dropMidBody, u"语言包检查失败：连接中断，请稍后再试"_s},
         {Api::ollama, Misbehaviour::hang, u"语言包检查失败：翻译超时，请稍后再试"_s},
         {Api::ollama, Misbehaviour::httpError,
-         u"语言包检查失败：翻译服务不可用（scripted failure）"_s},
+         u"语言包检查失败：翻译服务出错（scripted failure）"_s},
+        // The stream reader names what it could not read.
+        {Api::ollama, Misbehaviour::garbage, u"语言包检查失败：翻译服务出错（下载进度无法解析）"_s},
         {Api::openAi,
          {},
          u"语言包检查失败：这个翻译服务不能下载模型，请在服务端载入「qwen2.5:1.5b」（服务端现有："
@@ -349,8 +450,14 @@ TEST_F(LocalModelTranslationEngineTest, FailedPreparationLogsWhy) {
     for (const Case& c : cases) {
         server.installed = {u"llama3"_s};
         server.routes = {{"/api/pull", {c.pull}}};
+        server.requests.clear();
         use(c.api);
-        const PreparationOutcome outcome = QCoro::waitFor(engine.prepareInteractively({}));
+        const Running running(engine.prepareInteractively({}));
+        if (c.pull == Misbehaviour::hang) {
+            arrived("/api/pull");
+            timers.advance(30s); // silence as long as the stall limit
+        }
+        const PreparationOutcome& outcome = running.outcome();
         ASSERT_TRUE(std::holds_alternative<TranslationFailure>(outcome)) << c.logged.toStdString();
         EXPECT_EQ(log.entries().first().kind, EventLog::Kind::error);
         EXPECT_EQ(lastLogLine(), c.logged);

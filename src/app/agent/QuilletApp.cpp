@@ -102,9 +102,15 @@ int run(int argc, char** argv) {
     const auto flushLog = qScopeGuard([] { DiagnosticLog::flush(); });
 
     SingleInstance instance;
-    if (instance.handOver("reopen"))
+    switch (instance.claim("reopen")) {
+    case SingleInstance::Role::handedOver:
         return 0;
-    instance.listen();
+    case SingleInstance::Role::failed:
+        std::fputs((instance.failure() + u'\n').toUtf8().constData(), stderr);
+        return 75;
+    case SingleInstance::Role::agent:
+        break;
+    }
 
     // Start-up order: the former identity's settings first, then the settings objects, then
     // the coordinator.

@@ -80,7 +80,8 @@ int lookup(const TextInvocation& invocation) {
                                             EventLog::privateSegment(UnicodeText::trimmed(text)));
 
     const SystemDictionaryCatalog catalog(Preferences::shared());
-    const std::unique_ptr<TranslationEngine> translator = TranslationEngineFactory::create();
+    const std::unique_ptr<TranslationEngine> translator =
+        TranslationEngineFactory::create(TranslationEngineFactory::Waiter::commandLine);
     // A first translation can take a while; say why before the answer comes.
     QObject::connect(translator.get(), &TranslationEngine::notice,
                      [](const QString& text) { Output::line(stderr, text); });

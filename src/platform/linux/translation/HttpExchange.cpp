@@ -3,7 +3,6 @@
 #include <QCoroNetworkReply>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
-#include <QTimer>
 #include <memory>
 
 namespace HttpExchange {
@@ -59,7 +58,7 @@ Outcome classify(const QNetworkReply& reply, Stop stop, bool answered, QByteArra
 
 } // namespace
 
-QCoro::Task<Outcome> send(QNetworkAccessManager& manager, Request request,
+QCoro::Task<Outcome> send(QNetworkAccessManager& manager, TimerSource& timers, Request request,
                           CancellationToken token) {
     if (token.isCancelled())
         co_return Failure::cancelled;
@@ -110,38 +109,34 @@ QCoro::Task<Outcome> send(QNetworkAccessManager& manager, Request request,
 
     // Every connection below ends with this frame: `guard` and the timers go with it.
     QObject guard;
-    QTimer totalTimer;
-    totalTimer.setSingleShot(true);
-    QObject::connect(&totalTimer, &QTimer::timeout, &guard,
-                     [&stopWith] { stopWith(Stop::totalLimit); });
-    totalTimer.start(request.limits.total);
+    const std::unique_ptr<TimerSource::Timer> totalTimer =
+        timers.start(request.limits.total, [&stopWith] { stopWith(Stop::totalLimit); });
+    std::unique_ptr<TimerSource::Timer> connectTimer =
+        timers.start(request.limits.connect, [&stopWith] { stopWith(Stop::connectLimit); });
+    QObject::connect(r, &QNetworkReply::requestSent, &guard,
+                     [&connectTimer] { connectTimer.reset(); });
 
-    QTimer connectTimer;
-    connectTimer.setSingleShot(true);
-    QObject::connect(&connectTimer, &QTimer::timeout, &guard,
-                     [&stopWith] { stopWith(Stop::connectLimit); });
-    QObject::connect(r, &QNetworkReply::requestSent, &connectTimer, &QTimer::stop);
-    connectTimer.start(request.limits.connect);
-
-    QTimer stallTimer;
-    stallTimer.setSingleShot(true);
-    QObject::connect(&stallTimer, &QTimer::timeout, &guard,
-                     [&stopWith] { stopWith(Stop::stallLimit); });
     const bool watchesStalls = request.limits.stall.count() > 0;
-    if (watchesStalls)
-        stallTimer.start(request.limits.stall);
+    std::unique_ptr<TimerSource::Timer> stallTimer;
+    const auto watchForStall = [&] {
+        if (watchesStalls)
+            stallTimer =
+                timers.start(request.limits.stall, [&stopWith] { stopWith(Stop::stallLimit); });
+    };
+    watchForStall();
 
     QObject::connect(r, &QNetworkReply::metaDataChanged, &guard, [&answered] { answered = true; });
     QObject::connect(r, &QNetworkReply::readyRead, &guard, [&] {
-        if (watchesStalls)
-            stallTimer.start(request.limits.stall);
+        watchForStall();
         consume(r->readAll());
     });
     const CancellationToken::Subscription cancellation =
         token.onCancel([&stopWith] { stopWith(Stop::cancelled); });
 
     co_await r;
-    consume(r->readAll());
+    // An aborted reply is closed, and reading it would only print a warning.
+    if (r->isOpen())
+        consume(r->readAll());
     co_return classify(*r, stop, answered, std::move(body));
 }
 

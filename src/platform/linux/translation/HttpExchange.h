@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/Cancellation.h"
+#include "core/TimerSource.h"
 
 #include <QByteArray>
 #include <QCoroTask>
@@ -48,6 +49,8 @@ struct Request {
     std::function<void(const QByteArray& chunk)> onChunk = {};
 };
 
-QCoro::Task<Outcome> send(QNetworkAccessManager& manager, Request request, CancellationToken token);
+// The time limits run on `timers`.
+QCoro::Task<Outcome> send(QNetworkAccessManager& manager, TimerSource& timers, Request request,
+                          CancellationToken token);
 
 } // namespace HttpExchange

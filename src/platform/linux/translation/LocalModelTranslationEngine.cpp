@@ -9,7 +9,7 @@
 #include <QHostAddress>
 #include <QNetworkAccessManager>
 #include <QNetworkProxy>
-#include <QTimer>
+#include <QPointer>
 #include <algorithm>
 
 using namespace Qt::StringLiterals;
@@ -20,8 +20,11 @@ namespace {
 using Kind = ServerFailure::Kind;
 
 const QString kTimedOut = u"翻译超时，请稍后再试"_s;
-const QString kDropped = u"翻译请求已取消"_s;
+const QString kDropped = u"连接中断，请稍后再试"_s;
 const QString kUnavailable = u"翻译服务不可用"_s;
+const QString kServerError = u"翻译服务出错"_s;
+const QString kBadAnswer = u"翻译服务的答复无法识别"_s;
+const QString kNoTranslation = u"翻译服务没有给出译文"_s;
 const QString kFirstUse = u"首次使用，正在准备英中语言包（可能超过 30 秒）"_s;
 const QString kPrepared = u"英→中语言包可用"_s;
 const QString kPreparationFailed = u"语言包检查失败："_s;
@@ -41,9 +44,21 @@ QString failureText(Kind kind) {
         return kTimedOut;
     case Kind::dropped:
         return kDropped;
-    default:
-        return kUnavailable;
+    case Kind::serverError:
+        return kServerError;
+    case Kind::badAnswer:
+        return kBadAnswer;
+    case Kind::noServer:
+    case Kind::modelMissing:
+    case Kind::cannotPull:
+        break;
     }
+    return kUnavailable;
+}
+
+// The server is there but did not finish answering: that says nothing about the model.
+bool saysNothingAboutTheModel(Kind kind) {
+    return kind == Kind::timedOut || kind == Kind::dropped;
 }
 
 // Chinese is rarely longer in tokens than the English it translates; the cap only stops a
@@ -73,6 +88,17 @@ LocalModelTranslationEngine::Timing LocalModelTranslationEngine::Timing::standar
     };
 }
 
+LocalModelTranslationEngine::Timing LocalModelTranslationEngine::Timing::commandLine() {
+    Timing timing = standard();
+    // Someone is waiting at the terminal. A running local server lists its models within
+    // milliseconds, even while it loads or runs a model, so a server that has not answered
+    // that in 3 s has stopped answering: the first translation of a command asks the listing
+    // first and gives such a server up after at most these 3 s. (The agent asks at start,
+    // where nobody waits.)
+    timing.limits.quick = {.connect = 2s, .total = 3s};
+    return timing;
+}
+
 LocalModelTranslationEngine::LocalModelTranslationEngine(TranslationSettings& settings,
                                                          EventLog& log, Timing timing,
                                                          QObject* parent)
@@ -92,9 +118,11 @@ std::shared_ptr<ModelServerProtocol> LocalModelTranslationEngine::protocol() {
     m_manager->setProxy(isLoopback(endpoint.host()) ? QNetworkProxy(QNetworkProxy::NoProxy)
                                                     : QNetworkProxy(QNetworkProxy::DefaultProxy));
     if (m_settings.api() == TranslationSettings::Api::openAi)
-        m_protocol = std::make_shared<OpenAiProtocol>(*m_manager, endpoint, m_timing.limits);
+        m_protocol = std::make_shared<OpenAiProtocol>(*m_manager, endpoint, m_timing.limits,
+                                                      *m_timing.timers);
     else
-        m_protocol = std::make_shared<OllamaProtocol>(*m_manager, endpoint, m_timing.limits);
+        m_protocol = std::make_shared<OllamaProtocol>(*m_manager, endpoint, m_timing.limits,
+                                                      *m_timing.timers);
     return m_protocol;
 }
 
@@ -127,22 +155,37 @@ QCoro::Task<TranslationOutcome> LocalModelTranslationEngine::translate(QString t
         co_return Cancelled{};
     const std::shared_ptr<ModelServerProtocol> protocol = this->protocol();
     const QString model = m_settings.model();
+    const QPointer<LocalModelTranslationEngine> self(this);
+
+    // A server not heard from yet is first asked for its models, which it answers at once
+    // when it works: one that is gone or has stopped answering is given up within the quick
+    // limit, not the long one a translation gets. An odd listing does not stop the chat.
+    if (!m_statusKnown) {
+        const ServerOutcome<QStringList> listed = co_await refresh(token);
+        if (!self || token.isCancelled() || std::holds_alternative<Cancelled>(listed))
+            co_return Cancelled{};
+        if (const auto* failure = std::get_if<ServerFailure>(&listed)) {
+            if (failure->kind == Kind::noServer || saysNothingAboutTheModel(failure->kind))
+                co_return TranslationFailure{failureText(failure->kind)};
+        }
+    }
 
     // The first answer of a run may wait for the server to load the model. Ollama tells
     // whether the model is in memory; elsewhere only a slow answer tells. A missing model is
     // refused at once, so the notice waits a moment even when the model is known unloaded.
-    QTimer firstUse;
-    firstUse.setSingleShot(true);
-    connect(&firstUse, &QTimer::timeout, this, [this] { announceFirstUse(); });
+    std::unique_ptr<TimerSource::Timer> firstUse;
     if (!m_firstUseSettled) {
         const std::optional<bool> loaded = co_await protocol->isLoaded(model, token);
-        if (token.isCancelled())
+        if (!self || token.isCancelled())
             co_return Cancelled{};
         if (loaded == true)
             m_firstUseSettled = true;
         else
-            firstUse.start(loaded == false ? m_timing.noticeWhenUnloaded
-                                           : m_timing.noticeWhenUnknown);
+            firstUse = m_timing.timers->start(
+                loaded == false ? m_timing.noticeWhenUnloaded : m_timing.noticeWhenUnknown, [self] {
+                    if (self)
+                        self->announceFirstUse();
+                });
     }
 
     ModelServerProtocol::Chat chat{.model = model,
@@ -150,8 +193,8 @@ QCoro::Task<TranslationOutcome> LocalModelTranslationEngine::translate(QString t
                                    .text = text,
                                    .maxTokens = tokenBudget(text)};
     const ServerOutcome<QString> answer = co_await protocol->chat(std::move(chat), token);
-    firstUse.stop();
-    if (token.isCancelled() || std::holds_alternative<Cancelled>(answer))
+    firstUse.reset();
+    if (!self || token.isCancelled() || std::holds_alternative<Cancelled>(answer))
         co_return Cancelled{};
     // An answer from a server the settings have since replaced teaches nothing.
     const bool current = protocol == m_protocol;
@@ -161,10 +204,6 @@ QCoro::Task<TranslationOutcome> LocalModelTranslationEngine::translate(QString t
             learn(TranslationAssetStatus::unsupported);
         else if (current && failure->kind == Kind::modelMissing)
             learn(TranslationAssetStatus::supportedNotDownloaded);
-        else if (current && !m_statusKnown)
-            co_await refresh(token);
-        if (token.isCancelled())
-            co_return Cancelled{};
         co_return TranslationFailure{failureText(failure->kind)};
     }
     if (current) {
@@ -174,15 +213,16 @@ QCoro::Task<TranslationOutcome> LocalModelTranslationEngine::translate(QString t
     if (std::optional<QString> cleaned =
             ModelAnswerCleanup::translation(std::get<QString>(answer), text))
         co_return *cleaned;
-    co_return TranslationFailure{kUnavailable};
+    co_return TranslationFailure{kNoTranslation};
 }
 
 QCoro::Task<ServerOutcome<QStringList>>
 LocalModelTranslationEngine::refresh(CancellationToken token) {
     const std::shared_ptr<ModelServerProtocol> protocol = this->protocol();
     const QString model = m_settings.model();
+    const QPointer<LocalModelTranslationEngine> self(this);
     ServerOutcome<QStringList> listed = co_await protocol->listModels(token);
-    if (std::holds_alternative<Cancelled>(listed) || token.isCancelled())
+    if (!self || std::holds_alternative<Cancelled>(listed) || token.isCancelled())
         co_return Cancelled{};
     if (protocol != m_protocol)
         co_return listed; // the settings changed meanwhile
@@ -193,7 +233,7 @@ LocalModelTranslationEngine::refresh(CancellationToken token) {
         });
         learn(present ? TranslationAssetStatus::installed
                       : TranslationAssetStatus::supportedNotDownloaded);
-    } else {
+    } else if (!saysNothingAboutTheModel(std::get<ServerFailure>(listed).kind)) {
         m_listedModels.clear();
         learn(TranslationAssetStatus::unsupported);
     }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ModelServerProtocol.h"
+#include "core/TimerSource.h"
 #include "core/TranslationEngine.h"
 
 #include <QStringList>
@@ -24,8 +25,13 @@ public:
         // after the server said the model is not in memory, and when it cannot tell.
         std::chrono::milliseconds noticeWhenUnloaded;
         std::chrono::milliseconds noticeWhenUnknown;
+        // Where the limits and the notice delay run.
+        TimerSource* timers = &TimerSource::system();
 
+        // For the agent, whose lookups a newer one replaces anyway.
         static Timing standard();
+        // For a command someone waits on.
+        static Timing commandLine();
     };
 
     LocalModelTranslationEngine(TranslationSettings& settings, EventLog& log, Timing timing,

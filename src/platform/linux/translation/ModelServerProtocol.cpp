@@ -42,7 +42,7 @@ QCoro::Task<ServerOutcome<QByteArray>> ModelServerProtocol::exchange(HttpExchang
                                                                      NotFound notFound) {
     // Named locals around co_await: GCC 12 destroys temporaries in the expression twice.
     const HttpExchange::Outcome outcome =
-        co_await HttpExchange::send(m_manager, std::move(request), token);
+        co_await HttpExchange::send(m_manager, m_timers, std::move(request), token);
     if (auto failed = unanswered<QByteArray>(outcome))
         co_return std::move(*failed);
     const auto& response = std::get<HttpExchange::Response>(outcome);
@@ -51,7 +51,7 @@ QCoro::Task<ServerOutcome<QByteArray>> ModelServerProtocol::exchange(HttpExchang
     const QString detail = errorDetail(response.body);
     if (notFound == NotFound::modelMissing && response.status == 404 && !detail.isEmpty())
         co_return ServerFailure{ServerFailure::Kind::modelMissing, detail};
-    co_return ServerFailure{ServerFailure::Kind::badAnswer, detail};
+    co_return ServerFailure{ServerFailure::Kind::serverError, detail};
 }
 
 QCoro::Task<ServerOutcome<QJsonArray>> ModelServerProtocol::listing(QUrl url, QString field,

@@ -19,7 +19,8 @@ struct ServerFailure {
         noServer,     // nothing (usable) listening at the endpoint
         timedOut,     // a time limit ran out
         dropped,      // the server broke the transfer off
-        badAnswer,    // an HTTP error, or an answer that is not what the protocol promises
+        serverError,  // the server answered with an error (an HTTP error status, an error line)
+        badAnswer,    // an answer that is not what the protocol promises
         modelMissing, // the server runs but does not have the model
         cannotPull,   // the protocol has no way to fetch a model
     };
@@ -48,8 +49,9 @@ public:
         int maxTokens = 0;
     };
 
-    ModelServerProtocol(QNetworkAccessManager& manager, QUrl endpoint, Limits limits)
-        : m_manager(manager), m_endpoint(std::move(endpoint)), m_limits(limits) {}
+    ModelServerProtocol(QNetworkAccessManager& manager, QUrl endpoint, Limits limits,
+                        TimerSource& timers)
+        : m_manager(manager), m_endpoint(std::move(endpoint)), m_limits(limits), m_timers(timers) {}
     virtual ~ModelServerProtocol() = default;
 
     // The names of the models the server can answer with.
@@ -66,14 +68,14 @@ public:
     virtual bool sameModel(const QString& listed, const QString& wanted) const = 0;
 
 protected:
-    enum class NotFound { badAnswer, modelMissing };
+    enum class NotFound { serverError, modelMissing };
 
     QUrl url(const QString& path) const;
     // Sends the request: the body of a 2xx answer, else what went wrong. With
     // NotFound::modelMissing, a 404 that gives a reason says the server lacks the model.
     QCoro::Task<ServerOutcome<QByteArray>> exchange(HttpExchange::Request request,
                                                     CancellationToken token,
-                                                    NotFound notFound = NotFound::badAnswer);
+                                                    NotFound notFound = NotFound::serverError);
     // A quick GET whose JSON answer is an object holding an array under `field`.
     QCoro::Task<ServerOutcome<QJsonArray>> listing(QUrl url, QString field,
                                                    CancellationToken token);
@@ -113,4 +115,5 @@ protected:
     QNetworkAccessManager& m_manager;
     QUrl m_endpoint;
     Limits m_limits;
+    TimerSource& m_timers;
 };

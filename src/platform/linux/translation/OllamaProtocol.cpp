@@ -101,13 +101,15 @@ OllamaProtocol::pull(QString model, std::function<void(double)> progress, Cancel
                                       report();
                                   }};
     const HttpExchange::Outcome outcome =
-        co_await HttpExchange::send(m_manager, std::move(request), token);
+        co_await HttpExchange::send(m_manager, m_timers, std::move(request), token);
     if (auto failed = unanswered<ModelPulled>(outcome))
         co_return std::move(*failed);
     stream.finish();
     if (stream.error())
-        co_return ServerFailure{Kind::badAnswer, *stream.error()};
-    if (!succeeded(std::get<HttpExchange::Response>(outcome)) || !stream.succeeded())
+        co_return ServerFailure{Kind::serverError, *stream.error()};
+    if (!succeeded(std::get<HttpExchange::Response>(outcome)))
+        co_return ServerFailure{Kind::serverError, {}};
+    if (!stream.succeeded())
         co_return ServerFailure{Kind::badAnswer, {}};
     report();
     co_return ModelPulled{};

@@ -6,10 +6,11 @@
 
 namespace TranslationEngineFactory {
 
-std::unique_ptr<TranslationEngine> create() {
+std::unique_ptr<TranslationEngine> create(Waiter waiter) {
     return std::make_unique<LocalModelTranslationEngine>(
         TranslationSettings::shared(), EventLog::shared(),
-        LocalModelTranslationEngine::Timing::standard());
+        waiter == Waiter::commandLine ? LocalModelTranslationEngine::Timing::commandLine()
+                                      : LocalModelTranslationEngine::Timing::standard());
 }
 
 } // namespace TranslationEngineFactory

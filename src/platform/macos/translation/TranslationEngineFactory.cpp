@@ -5,7 +5,7 @@
 namespace TranslationEngineFactory {
 
 // Until the system's own translation is wired in, sentences report it honestly.
-std::unique_ptr<TranslationEngine> create() {
+std::unique_ptr<TranslationEngine> create(Waiter) {
     return std::make_unique<UnsupportedTranslationEngine>();
 }
 
