@@ -57,7 +57,8 @@ public:
     // A size from /proc/<pid>/status: VmRSS, RssAnon (heap and stacks), RssFile (mapped files).
     qint64 residentBytes(const QByteArray& field = "VmRSS") const;
     bool isRunning() const { return m_process.state() == QProcess::Running; }
-    QString home() const { return m_homePath; }
+    // The home the agent runs (or will run, before start) in.
+    QString home() const { return m_homePath.isEmpty() ? m_home.path() : m_homePath; }
 
 private:
     void readAvailable();

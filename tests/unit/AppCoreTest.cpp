@@ -222,7 +222,7 @@ TEST_F(AppCoreTest, NewerLookupSupersedesTheOneStillLoading) {
     ASSERT_TRUE(QTest::qWaitFor([&] { return settled.size() == 2; })) << calls().toStdString();
     // Whatever the server sends now reaches a request that is gone.
     server.release();
-    QTest::qWaitFor([this] { return server.closedConnections() > 0; });
+    ASSERT_TRUE(QTest::qWaitFor([this] { return server.closedConnections() > 0; }));
     EXPECT_EQ(presenter.calls, QStringList({u"loading:The first sentence is slow."_s,
                                             u"loading:water"_s, u"show:water"_s}));
     for (const QString& line : logLines())

@@ -154,7 +154,8 @@ int run(int argc, char** argv) {
                   .filter = filter,
                   .speak = [](const QString& text) { Pronouncer::shared().speak(text); },
                   .openInDictionary = openInDictionary,
-                  .wordDatabaseMissing = !bundled.isAvailable(),
+                  // A damaged database says so itself ("内置词库无法读取…"); this is for none at all.
+                  .wordDatabaseMissing = !bundled.isAvailable() && !bundled.problem(),
                   .clipboardPollMs = clipboardPollMs()});
 
     watchSettingsFile(DefaultsStore::shared(), panel, log);
