@@ -139,10 +139,7 @@ void DefaultsStore::writeLocked() {
     SafeFiles::removeLeftovers(m_filePath);
     if (const std::optional<SafeFiles::Failure> failure =
             SafeFiles::writeAtomically(m_filePath, DefaultsJson::serialize(m_values))) {
-        const bool first = !m_writeFailure;
-        m_writeFailure = failure;
-        if (first)
-            Q_EMIT writeFailed(*failure);
+        noteFailure(*failure);
         return;
     }
     m_pending.clear();
@@ -153,20 +150,24 @@ void DefaultsStore::writeLocked() {
     }
 }
 
+void DefaultsStore::noteFailure(const SafeFiles::Failure& failure) {
+    const bool first = !m_writeFailure;
+    m_writeFailure = failure;
+    if (first)
+        Q_EMIT writeFailed(failure);
+}
+
 void DefaultsStore::transaction(const std::function<void()>& change) {
     if (m_transactionDepth > 0) {
         change();
         return;
     }
     std::optional<SafeFiles::FolderLock> lock;
+    std::optional<SafeFiles::Failure> lockFailure;
     if (!m_writesHeld && !m_filePath.isEmpty() && !m_keepsOffDisk) {
         lock.emplace(QFileInfo(m_filePath).absolutePath());
-        if (const std::optional<SafeFiles::Failure> failure = lock->failure()) {
+        if ((lockFailure = lock->failure()))
             lock.reset();
-            if (!m_writeFailure)
-                Q_EMIT writeFailed(*failure);
-            m_writeFailure = failure;
-        }
     }
     ++m_transactionDepth;
     // Others' changes are announced first, so mirrors of a key are current for `change`.
@@ -175,6 +176,8 @@ void DefaultsStore::transaction(const std::function<void()>& change) {
     --m_transactionDepth;
     if (lock)
         writeLocked();
+    else if (lockFailure && !m_pending.isEmpty())
+        noteFailure(*lockFailure);
     lock.reset();
     announce(std::exchange(m_changedInTransaction, {}));
 }

@@ -107,6 +107,8 @@ private:
     void setAside();
     // Writes m_values; the caller holds the folder lock.
     void writeLocked();
+    // Remembers why changes stay in memory; the first failure of a run is announced.
+    void noteFailure(const SafeFiles::Failure& failure);
     void announce(const QStringList& keys);
     void announceOthers(const QStringList& keys);
 
