@@ -22,6 +22,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     require(UnicodeText::trimmed(*kept) == *kept, "a translation has no blanks around it");
     require(!kept->contains(u'\r'), "line ends are plain");
     require(!kept->contains(u"\n\n"), "no empty lines");
-    require(!kept->contains(u"<think>", Qt::CaseInsensitive), "reasoning never shows");
+    require(!kept->contains(u"<think>", Qt::CaseInsensitive) &&
+                !kept->contains(u"</think>", Qt::CaseInsensitive),
+            "reasoning never shows");
     return 0;
 }
