@@ -8,6 +8,8 @@
 #include <cstring>
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    if (size == 0)
+        return 0;
     const char* text = reinterpret_cast<const char*>(data);
     const auto* nul = static_cast<const char*>(std::memchr(text, 0, size));
     const size_t sourceSize = nul ? size_t(nul - text) : 0;
