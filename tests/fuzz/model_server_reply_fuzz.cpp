@@ -2,6 +2,7 @@
 // connection to both protocols' calls. The first bytes choose the call, the status and where
 // a streamed body is cut into chunks; the rest is the body.
 #include "FuzzCheck.h"
+#include "core/TimerSource.h"
 #include "platform/linux/translation/OllamaProtocol.h"
 #include "platform/linux/translation/OpenAiProtocol.h"
 
@@ -79,8 +80,8 @@ struct World {
     ModelServerProtocol::Limits limits{.quick = {.connect = 10s, .total = 10s},
                                        .chat = {.connect = 10s, .total = 10s},
                                        .pull = {.connect = 10s, .total = 10s, .stall = 10s}};
-    OllamaProtocol ollama{manager, server.endpoint(), limits};
-    OpenAiProtocol openAi{manager, server.endpoint(), limits};
+    OllamaProtocol ollama{manager, server.endpoint(), limits, TimerSource::system()};
+    OpenAiProtocol openAi{manager, server.endpoint(), limits, TimerSource::system()};
 };
 
 World& world() {
@@ -92,16 +93,28 @@ bool successful(int status) {
     return status >= 200 && status < 300;
 }
 
-// Only the protocol can find fault with an answer that arrived whole.
+// An answer that arrived whole is the server's error (an error status, or an error line in a
+// stream), the protocol's complaint about a 2xx body, or a model the server lacks.
 template <typename Value>
-void checkOutcome(const ServerOutcome<Value>& outcome, int status, bool mayLackModel) {
+void checkOutcome(const ServerOutcome<Value>& outcome, int status, bool mayLackModel,
+                  bool streamed = false) {
+    using Kind = ServerFailure::Kind;
     require(!std::holds_alternative<Cancelled>(outcome), "nothing cancelled the call");
     if (const auto* failure = std::get_if<ServerFailure>(&outcome)) {
-        const bool missing = failure->kind == ServerFailure::Kind::modelMissing;
-        require(failure->kind == ServerFailure::Kind::badAnswer || missing,
-                "an answer that arrived is no transfer failure");
-        require(!missing || (mayLackModel && status == 404 && !failure->detail.isEmpty()),
-                "only a 404 with a reason says the model is missing");
+        switch (failure->kind) {
+        case Kind::serverError:
+            require(!successful(status) || streamed, "a 2xx answer is no server error");
+            break;
+        case Kind::badAnswer:
+            require(successful(status), "an error status is the server's error, not ours");
+            break;
+        case Kind::modelMissing:
+            require(mayLackModel && status == 404 && !failure->detail.isEmpty(),
+                    "only a 404 with a reason says the model is missing");
+            break;
+        default:
+            require(false, "an answer that arrived is no transfer failure");
+        }
         return;
     }
     require(successful(status), "an error status is never an answer");
@@ -117,7 +130,7 @@ void checkPull(World& w, int status) {
     QList<double> reports;
     auto task = w.ollama.pull(u"m"_s, [&](double fraction) { reports.append(fraction); }, {});
     const ServerOutcome<ModelPulled> outcome = QCoro::waitFor(task);
-    checkOutcome(outcome, status, false);
+    checkOutcome(outcome, status, false, /*streamed=*/true);
     for (qsizetype i = 0; i < reports.size(); ++i) {
         require(reports[i] >= 0 && reports[i] <= 1, "progress is a fraction");
         require(i == 0 || reports[i] > reports[i - 1], "progress only grows");
