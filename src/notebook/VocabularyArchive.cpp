@@ -3,6 +3,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <algorithm>
 #include <cmath>
 
 using namespace Qt::StringLiterals;
@@ -32,7 +33,14 @@ std::optional<double> optionalNumber(const QJsonObject& object, QLatin1StringVie
 
 std::optional<QDateTime> optionalDate(const QJsonObject& object, QLatin1StringView key) {
     const std::optional<double> seconds = optionalNumber(object, key);
-    return seconds ? std::optional(dateFromSeconds(*seconds)) : std::nullopt;
+    return seconds ? dateFromSeconds(*seconds) : std::nullopt;
+}
+
+// A damaged archive can hold any number as a count (-3, 1e308). Up to 2^53 a double holds
+// every whole number, so a count read back is one that writes back unchanged.
+qint64 optionalCount(const QJsonObject& object, QLatin1StringView key) {
+    constexpr double largest = 9007199254740992.0;
+    return static_cast<qint64>(std::clamp(optionalNumber(object, key).value_or(0), 0.0, largest));
 }
 
 void insertString(QJsonObject& object, QLatin1StringView key, const std::optional<QString>& v) {
@@ -95,7 +103,7 @@ std::optional<Entry> decodeEntry(const QJsonValue& value) {
     entry.translation = optionalString(object, "translation"_L1);
     entry.firstDate = optionalDate(object, "firstDate"_L1);
     entry.lastDate = optionalDate(object, "lastDate"_L1);
-    entry.count = static_cast<qint64>(optionalNumber(object, "count"_L1).value_or(0));
+    entry.count = optionalCount(object, "count"_L1);
     entry.starred = object.value("starred"_L1).toBool(false);
     entry.source = decodeSource(object.value("source"_L1));
     return entry;
@@ -150,7 +158,12 @@ double secondsFromDate(const QDateTime& date) {
     return static_cast<double>(referenceDate().msecsTo(date)) / 1000.0;
 }
 
-QDateTime dateFromSeconds(double seconds) {
+std::optional<QDateTime> dateFromSeconds(double seconds) {
+    // Ten thousand years either side of 2001 is more than any real date needs, and keeps the
+    // milliseconds well inside the whole numbers a double holds exactly.
+    constexpr double limit = 10'000 * 366 * 86'400.0;
+    if (!(std::abs(seconds) <= limit))
+        return std::nullopt;
     return referenceDate().addMSecs(std::llround(seconds * 1000.0));
 }
 
@@ -184,8 +197,7 @@ std::optional<QList<LegacyItem>> decodeWordList(const QByteArray& data) {
         const QJsonObject object = element.toObject();
         if (std::optional<QString> term = optionalString(object, "term"_L1)) {
             items.append({*term, optionalDate(object, "firstDate"_L1),
-                          optionalDate(object, "lastDate"_L1),
-                          static_cast<qint64>(optionalNumber(object, "count"_L1).value_or(0))});
+                          optionalDate(object, "lastDate"_L1), optionalCount(object, "count"_L1)});
         }
     }
     return items;

@@ -39,6 +39,7 @@ std::optional<QList<LegacyItem>> decodeWordList(const QByteArray& data);
 std::optional<QList<LegacyItem>> decodeQueryHistory(const QByteArray& data);
 
 double secondsFromDate(const QDateTime& date);
-QDateTime dateFromSeconds(double seconds);
+// Nothing for a number that is no date: not finite, or further than 10,000 years from 2001.
+std::optional<QDateTime> dateFromSeconds(double seconds);
 
 } // namespace VocabularyArchive

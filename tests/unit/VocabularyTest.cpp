@@ -250,3 +250,29 @@ TEST_F(VocabularyTest, UndecodableDataIsKeptAsideAndEarlierCopiesStay) {
     }
     EXPECT_EQ(texts(), QStringList{u"after"_s});
 }
+
+// A damaged or hand-edited archive can hold any number; each reads as a sane value, and the
+// list stays intact (nothing is set aside).
+TEST_F(VocabularyTest, ReadsNumbersOutOfRangeAsSaneValues) {
+    store->setValues({
+        {u"vocabulary2"_s,
+         QByteArray(R"([{"kind":"word","text":"huge","count":1e308,"firstDate":1e308,)"
+                    R"("lastDate":-1e300,"starred":true},)"
+                    R"({"kind":"word","text":"less","count":-3.5,"lastDate":1e11}])")},
+        {u"vocabulary"_s, QByteArray(R"([{"term":"old","count":1e300,"firstDate":-4e11}])")},
+    });
+    reopen();
+    const auto huge = vocabulary->entry(u"huge"_s, Kind::word);
+    ASSERT_TRUE(huge);
+    EXPECT_EQ(huge->count, qint64(1) << 53);
+    EXPECT_FALSE(huge->firstDate || huge->lastDate);
+    const auto less = vocabulary->entry(u"less"_s, Kind::word);
+    ASSERT_TRUE(less);
+    EXPECT_EQ(less->count, 0);
+    EXPECT_EQ(less->lastDate, kReference.addSecs(100'000'000'000));
+    const auto old = vocabulary->entry(u"old"_s, Kind::word);
+    ASSERT_TRUE(old);
+    EXPECT_EQ(old->count, qint64(1) << 53);
+    EXPECT_FALSE(old->firstDate);
+    EXPECT_FALSE(store->contains(u"vocabulary2.unreadable"_s));
+}

@@ -123,7 +123,8 @@ QString comparable(QStringView text) {
 } // namespace
 
 std::optional<QString> translation(const QString& answer, const QString& source) {
-    QString text = withoutSpecialTokens(withoutThinking(answer));
+    // Tokens first: one inside "<think>" would otherwise hide the tag until it is too late.
+    QString text = withoutThinking(withoutSpecialTokens(answer));
     text.replace(u"\r\n"_s, u"\n"_s);
     text.replace(u'\r', u'\n');
 
