@@ -5,9 +5,7 @@
 #include "settings/AppPaths.h"
 #include "settings/EventLog.h"
 
-#include <QCoreApplication>
 #include <QFileInfo>
-#include <QThread>
 #include <sqlite3.h>
 
 using namespace Qt::StringLiterals;
@@ -52,15 +50,7 @@ QString reasonFor(int code) {
 }
 
 void appendToEventLog(const QString& line) {
-    // The event log belongs to the main thread; lookups may run on others.
-    const auto append = [line] {
-        EventLog::shared().append(EventLog::Kind::error, line);
-    };
-    QCoreApplication* application = QCoreApplication::instance();
-    if (!application || QThread::currentThread() == application->thread())
-        append();
-    else
-        QMetaObject::invokeMethod(application, append, Qt::QueuedConnection);
+    EventLog::appendToShared(EventLog::Kind::error, line);
 }
 
 } // namespace

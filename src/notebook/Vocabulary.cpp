@@ -161,6 +161,19 @@ bool Vocabulary::toggleAt(qsizetype index, const std::optional<QString>& transla
     return starred;
 }
 
+void Vocabulary::prependStarred(const QString& normalized, Kind kind,
+                                const std::optional<QString>& translation,
+                                const std::optional<Source>& source) {
+    const QDateTime now = m_deps.now();
+    m_entries.prepend(Entry{.kind = kind,
+                            .text = normalized,
+                            .translation = translation,
+                            .firstDate = now,
+                            .lastDate = now,
+                            .starred = true,
+                            .source = source});
+}
+
 bool Vocabulary::toggleStar(const QString& text, Kind kind,
                             const std::optional<QString>& translation,
                             const std::optional<Source>& source) {
@@ -172,14 +185,7 @@ bool Vocabulary::toggleStar(const QString& text, Kind kind,
         if (const qsizetype index = indexOf(normalized, kind); index >= 0) {
             starred = toggleAt(index, translation, source);
         } else {
-            const QDateTime now = m_deps.now();
-            m_entries.prepend(Entry{.kind = kind,
-                                    .text = normalized,
-                                    .translation = translation,
-                                    .firstDate = now,
-                                    .lastDate = now,
-                                    .starred = true,
-                                    .source = source});
+            prependStarred(normalized, kind, translation, source);
         }
         return true;
     });
@@ -202,14 +208,7 @@ bool Vocabulary::setStarred(const QString& text, Kind kind, bool starred,
         if (index >= 0) {
             toggleAt(index, translation, source);
         } else {
-            const QDateTime now = m_deps.now();
-            m_entries.prepend(Entry{.kind = kind,
-                                    .text = normalized,
-                                    .translation = translation,
-                                    .firstDate = now,
-                                    .lastDate = now,
-                                    .starred = true,
-                                    .source = source});
+            prependStarred(normalized, kind, translation, source);
         }
         return true;
     });

@@ -3,6 +3,8 @@
 #include "core/UnicodeText.h"
 #include "settings/DiagnosticLog.h"
 
+#include <QCoreApplication>
+#include <QThread>
 #include <cstdio>
 
 using namespace Qt::StringLiterals;
@@ -41,6 +43,17 @@ QString flattened(QStringView text) {
 EventLog& EventLog::shared() {
     static EventLog log(&DiagnosticLog::write, qEnvironmentVariable("LF_LOG_STDOUT") == u"1"_s);
     return log;
+}
+
+void EventLog::appendToShared(Kind kind, const QString& content) {
+    const auto append = [kind, content] {
+        shared().append(kind, content);
+    };
+    QCoreApplication* application = QCoreApplication::instance();
+    if (!application || QThread::currentThread() == application->thread())
+        append();
+    else
+        QMetaObject::invokeMethod(application, append, Qt::QueuedConnection);
 }
 
 EventLog::EventLog(DiskWriter diskWriter, bool echoesToStdout, QObject* parent)

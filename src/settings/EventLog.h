@@ -39,6 +39,9 @@ public:
     // The program's log: lines go to the diagnostic log, and to standard output when
     // LF_LOG_STDOUT is "1".
     static EventLog& shared();
+    // Appends to the shared log from any thread: at once on the main thread, else queued to
+    // it (the log belongs to the main thread; dictionary lookups may run on others).
+    static void appendToShared(Kind kind, const QString& content);
     EventLog(DiskWriter diskWriter, bool echoesToStdout, QObject* parent = nullptr);
 
     static QString rawValue(Kind kind);

@@ -35,12 +35,7 @@ protected:
             << text(agent.lines());
     }
     QProcessEnvironment environment() const {
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(u"HOME"_s, agent.home());
-        for (const char* variable :
-             {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_STATE_HOME", "XDG_CACHE_HOME"})
-            environment.remove(QString::fromLatin1(variable));
-        return environment;
+        return QuilletProcess::environmentWithHome(agent.home());
     }
     QuilletProcess::Run quillet(const QStringList& arguments) const {
         return QuilletProcess::run(arguments, environment());

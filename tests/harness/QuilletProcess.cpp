@@ -15,6 +15,15 @@ QString executable() {
                                 : overridden;
 }
 
+QProcessEnvironment environmentWithHome(const QString& home) {
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(u"HOME"_s, home);
+    for (const char* variable :
+         {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_STATE_HOME", "XDG_CACHE_HOME"})
+        environment.remove(QString::fromLatin1(variable));
+    return environment;
+}
+
 Run run(const QStringList& arguments, const QProcessEnvironment& environment,
         std::chrono::milliseconds limit) {
     QProcess process;

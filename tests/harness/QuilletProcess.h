@@ -16,6 +16,9 @@ struct Run {
 };
 
 QString executable();
+// This process's environment with HOME at `home` and the XDG folder variables cleared, as a
+// person's shell would run a command of that user.
+QProcessEnvironment environmentWithHome(const QString& home);
 Run run(const QStringList& arguments, const QProcessEnvironment& environment,
         std::chrono::milliseconds limit = std::chrono::seconds(30));
 

@@ -24,12 +24,7 @@ namespace {
 class StorageSafetyTest : public testing::Test {
 protected:
     QProcessEnvironment environment() const {
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(u"HOME"_s, home.path());
-        for (const char* variable :
-             {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_STATE_HOME", "XDG_CACHE_HOME"})
-            environment.remove(QString::fromLatin1(variable));
-        return environment;
+        return QuilletProcess::environmentWithHome(home.path());
     }
     QuilletProcess::Run quillet(const QStringList& arguments) const {
         return QuilletProcess::run(arguments, environment());

@@ -4,10 +4,8 @@
 #include "platform/linux/dictionaries/StarDictDictionary.h"
 #include "settings/EventLog.h"
 
-#include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
-#include <QThread>
 #include <algorithm>
 
 using namespace Qt::StringLiterals;
@@ -85,15 +83,7 @@ DictionaryShelf::Folders DictionaryShelf::standardFolders() {
 }
 
 void DictionaryShelf::reportToEventLog(const QString& line) {
-    // The event log belongs to the main thread; lookups may run on others.
-    const auto append = [line] {
-        EventLog::shared().append(EventLog::Kind::error, line);
-    };
-    QCoreApplication* application = QCoreApplication::instance();
-    if (!application || QThread::currentThread() == application->thread())
-        append();
-    else
-        QMetaObject::invokeMethod(application, append, Qt::QueuedConnection);
+    EventLog::appendToShared(EventLog::Kind::error, line);
 }
 
 std::vector<DictionaryShelf::Found> DictionaryShelf::discover() const {
