@@ -125,7 +125,13 @@ QByteArray json(const QString& term, const QList<LookupResult::Source>& sources)
     return compact({{u"term"_s, term}, {u"sources"_s, array}});
 }
 
+// The panel's words for an empty query speak of the clipboard; here the text came as an
+// argument, so the reason's own name stands with what it means on the command line.
+const QString kEmptyArgument = u"空内容：参数里没有可查的文本"_s;
+
 QString plain(RejectReason reason, QStringView text) {
+    if (reason == RejectReason::empty)
+        return kEmptyArgument;
     if (reason != RejectReason::tooLong)
         return RejectReasons::userFacing(reason);
     return RejectReasons::userFacing(reason) +
@@ -136,7 +142,9 @@ QString plain(RejectReason reason, QStringView text) {
 QByteArray json(RejectReason reason, QStringView text) {
     QJsonObject object{{u"rejected"_s, RejectReasons::caseName(reason)},
                        {u"reason"_s, RejectReasons::description(reason)},
-                       {u"message"_s, RejectReasons::userFacing(reason)}};
+                       {u"message"_s, reason == RejectReason::empty
+                                          ? kEmptyArgument
+                                          : RejectReasons::userFacing(reason)}};
     if (reason == RejectReason::tooLong) {
         object.insert(u"limit"_s, CommandLine::lengthLimit());
         object.insert(u"length"_s, lengthOf(text));
