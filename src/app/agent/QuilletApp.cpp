@@ -22,8 +22,8 @@
 
 #include <QApplication>
 #include <QDesktopServices>
-#include <QScopeGuard>
 #include <QRegularExpression>
+#include <QScopeGuard>
 #include <QScreen>
 #include <QTimer>
 #include <QUrl>
@@ -55,13 +55,11 @@ void openInDictionary(const QString& word) {
 // person is told once, and the agent tries again until the disk takes them.
 void watchSettingsFile(DefaultsStore& store, NotchPanel& panel, EventLog& log) {
     store.watchFile();
-    QObject::connect(&store, &DefaultsStore::changedElsewhere, &panel,
-                     [&log](QStringList keys) {
-                         keys.replaceInStrings(QRegularExpression(u"^vocabulary2$"_s),
-                                               u"生词本"_s);
-                         log.append(EventLog::Kind::trigger,
-                                    u"设置｜已采用其他程序保存的改动："_s + keys.join(u"、"_s));
-                     });
+    QObject::connect(&store, &DefaultsStore::changedElsewhere, &panel, [&log](QStringList keys) {
+        keys.replaceInStrings(QRegularExpression(u"^vocabulary2$"_s), u"生词本"_s);
+        log.append(EventLog::Kind::trigger,
+                   u"设置｜已采用其他程序保存的改动："_s + keys.join(u"、"_s));
+    });
     auto* retry = new QTimer(&panel);
     retry->setInterval(std::chrono::seconds(30));
     QObject::connect(retry, &QTimer::timeout, &store, [&store] { store.retryUnsavedChanges(); });
@@ -143,20 +141,21 @@ int run(int argc, char** argv) {
     QObject::connect(&panel, &NotchPanel::stateChanged, &panel, mirrorState);
     QObject::connect(&panel, &NotchPanel::contentChanged, &panel, mirrorState);
     mirrorState();
-    AppCore core({.presenter = panel,
-                  .pasteboard = *pasteboard,
-                  .translator = *translator,
-                  .engine = engine,
-                  .vocabulary = vocabulary,
-                  .log = log,
-                  .preferences = preferences,
-                  .triggers = triggers,
-                  .filter = filter,
-                  .speak = [](const QString& text) { Pronouncer::shared().speak(text); },
-                  .openInDictionary = openInDictionary,
-                  // A damaged database says so itself ("内置词库无法读取…"); this is for none at all.
-                  .wordDatabaseMissing = !bundled.isAvailable() && !bundled.problem(),
-                  .clipboardPollMs = clipboardPollMs()});
+    AppCore core(
+        {.presenter = panel,
+         .pasteboard = *pasteboard,
+         .translator = *translator,
+         .engine = engine,
+         .vocabulary = vocabulary,
+         .log = log,
+         .preferences = preferences,
+         .triggers = triggers,
+         .filter = filter,
+         .speak = [](const QString& text) { Pronouncer::shared().speak(text); },
+         .openInDictionary = openInDictionary,
+         // A damaged database says so itself ("内置词库无法读取…"); this is for none at all.
+         .wordDatabaseMissing = !bundled.isAvailable() && !bundled.problem(),
+         .clipboardPollMs = clipboardPollMs()});
 
     watchSettingsFile(DefaultsStore::shared(), panel, log);
 
