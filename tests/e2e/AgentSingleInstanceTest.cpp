@@ -5,6 +5,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QTemporaryDir>
+#include <algorithm>
 #include <gtest/gtest.h>
 #include <memory>
 #include <unistd.h>
@@ -19,93 +20,74 @@ const QRegularExpression kStarted(u"^\\[触发\\] Quillet 已启动$"_s);
 // Launches of the agent by one user (one home, one runtime folder) on a private desktop.
 class AgentSingleInstanceTest : public testing::Test {
 protected:
-    struct Round {
-        std::vector<std::unique_ptr<AgentProcess>> agents;
-        std::vector<std::optional<int>> exitCodes; // of those that ended
-        int survivors = 0;
-        AgentProcess* survivor = nullptr;
-    };
-
     QTemporaryDir home;
+    std::vector<std::unique_ptr<AgentProcess>> agents; // of the latest round
 
+    AgentProcess::Options options() const { return {.fakeClock = false, .home = home.path()}; }
     QString socketPath() const { return home.filePath(u"runtime/quillet/agent"_s); }
 
     // Starts `count` agents back to back, so that they decide who runs at the same moment,
-    // and waits until all but one have ended (or the time is up).
-    Round launchTogether(int count) {
-        Round round;
-        AgentProcess::Options options;
-        options.fakeClock = false;
-        options.home = home.path();
+    // and waits until all but one have ended (or the time is up). Exactly one must then run
+    // and get ready, and every other launch must have handed over and said 0: that one.
+    AgentProcess* launchTogether(int count) {
+        agents.clear();
         for (int i = 0; i < count; ++i) {
-            round.agents.push_back(std::make_unique<AgentProcess>());
-            EXPECT_TRUE(round.agents.back()->start(options));
+            agents.push_back(std::make_unique<AgentProcess>());
+            EXPECT_TRUE(agents.back()->start(options()));
         }
-        round.exitCodes.resize(count);
-        std::vector<bool> ended(count, false);
-        const QDeadlineTimer deadline(30'000);
-        int endedCount = 0;
-        while (endedCount < count - 1 && !deadline.hasExpired()) {
-            for (int i = 0; i < count; ++i) {
-                if (ended[i])
-                    continue;
-                round.exitCodes[i] = round.agents[i]->waitForExit(20);
-                if (!round.agents[i]->isRunning()) {
-                    ended[i] = true;
-                    ++endedCount;
-                }
-            }
+        const auto running = [this] {
+            return std::ranges::count_if(agents,
+                                         [](const auto& agent) { return agent->isRunning(); });
+        };
+        for (const QDeadlineTimer deadline(30'000); running() > 1 && !deadline.hasExpired();)
+            for (int i = 0; i < count; ++i)
+                if (agents[i]->isRunning())
+                    agents[i]->waitForExit(20);
+        if (running() != 1) {
+            ADD_FAILURE() << running() << " agents run";
+            return nullptr;
         }
+        AgentProcess* survivor = nullptr;
         for (int i = 0; i < count; ++i) {
-            if (!ended[i]) {
-                ++round.survivors;
-                round.survivor = round.agents[i].get();
-            }
-        }
-        return round;
-    }
-
-    // Exactly one agent runs and is ready; every other launch handed over and said 0.
-    static void expectOneAgent(const Round& round, int number) {
-        ASSERT_EQ(round.survivors, 1) << "round " << number;
-        ASSERT_TRUE(round.survivor->waitForLine(kStarted, 10'000))
-            << "round " << number << ": the agent never got ready";
-        for (size_t i = 0; i < round.agents.size(); ++i) {
-            const AgentProcess& agent = *round.agents[i];
-            if (&agent == round.survivor)
+            if (agents[i]->isRunning()) {
+                survivor = agents[i].get();
                 continue;
-            EXPECT_EQ(round.exitCodes[i], 0) << "round " << number << ", launch " << i;
-            EXPECT_TRUE(agent.lines().filter(kStarted).isEmpty())
-                << "round " << number << ", launch " << i << " started as well";
+            }
+            EXPECT_EQ(agents[i]->waitForExit(0), 0) << "launch " << i;
+            EXPECT_TRUE(agents[i]->lines().filter(kStarted).isEmpty())
+                << "launch " << i << " started as well";
         }
+        if (!survivor->waitForLine(kStarted, 10'000)) {
+            ADD_FAILURE() << "the agent never got ready";
+            return nullptr;
+        }
+        return survivor;
     }
 };
 
 } // namespace
 
 TEST_F(AgentSingleInstanceTest, LaunchesAtTheSameMomentLeaveExactlyOneAgent) {
-    for (int number = 1; number <= 4; ++number) {
-        Round round = launchTogether(5);
-        expectOneAgent(round, number);
-        if (number == 2) {
+    for (int round = 1; round <= 4; ++round) {
+        SCOPED_TRACE(round);
+        AgentProcess* const agent = launchTogether(5);
+        ASSERT_TRUE(agent);
+        if (round == 2) {
             // A crash leaves the socket behind; the next launches replace it.
-            round.survivor->kill();
+            agent->kill();
             EXPECT_TRUE(QFileInfo(socketPath()).exists());
         } else {
-            round.survivor->stop();
+            agent->stop();
         }
     }
 
     // A launch while the agent runs hands over, and the agent keeps running.
-    Round round = launchTogether(1);
-    expectOneAgent(round, 5);
+    AgentProcess* const agent = launchTogether(1);
+    ASSERT_TRUE(agent);
     AgentProcess later;
-    AgentProcess::Options options;
-    options.fakeClock = false;
-    options.home = home.path();
-    ASSERT_TRUE(later.start(options));
+    ASSERT_TRUE(later.start(options()));
     EXPECT_EQ(later.waitForExit(15'000), 0);
-    EXPECT_TRUE(round.survivor->isRunning());
+    EXPECT_TRUE(agent->isRunning());
 }
 
 TEST_F(AgentSingleInstanceTest, RuntimeFolderOfAnotherUserIsRefused) {
@@ -116,10 +98,7 @@ TEST_F(AgentSingleInstanceTest, RuntimeFolderOfAnotherUserIsRefused) {
         ::chown(QFile::encodeName(home.filePath(u"runtime/quillet"_s)).constData(), 65534, 65534),
         0);
     AgentProcess agent;
-    AgentProcess::Options options;
-    options.fakeClock = false;
-    options.home = home.path();
-    ASSERT_TRUE(agent.start(options));
+    ASSERT_TRUE(agent.start(options()));
     EXPECT_EQ(agent.waitForExit(15'000), 75);
     EXPECT_TRUE(agent.lines().filter(kStarted).isEmpty());
 }

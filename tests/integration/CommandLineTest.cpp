@@ -11,6 +11,7 @@
 #include <QJsonObject>
 #include <QProcess>
 #include <QRandomGenerator>
+#include <QRegularExpression>
 #include <QScopeGuard>
 #include <QTemporaryDir>
 #include <QThread>
@@ -102,6 +103,10 @@ TEST_F(LookupCommandTest, RefusedTextsExitOneWithTheirMessage) {
          u"tooLong"_s,
          u"超出翻译上限"_s,
          u"上限是 2000 个字符，这段有 2345 个"_s},
+        {{u"check"_s, QString(2001, u'b')},
+         u"tooLong"_s,
+         u"超出翻译上限"_s,
+         u"上限是 2000 个字符，这段有 2001 个"_s},
         {{u"check"_s, u"/usr/bin"_s}, u"urlOrPath"_s, u"看起来是网址或文件路径"_s, {}},
     };
     for (const auto& c : cases) {
@@ -115,11 +120,10 @@ TEST_F(LookupCommandTest, RefusedTextsExitOneWithTheirMessage) {
         const QJsonObject refusal = json(quillet(jsonArguments));
         EXPECT_EQ(refusal[u"rejected"_s].toString(), c.caseName);
         EXPECT_EQ(refusal[u"message"_s].toString(), c.message);
-        EXPECT_EQ(refusal.contains(u"limit"_s), !c.detail.isEmpty());
+        EXPECT_EQ(refusal[u"limit"_s].toInt(-1), c.detail.isEmpty() ? -1 : 2000);
+        EXPECT_EQ(refusal[u"length"_s].toInt(-1),
+                  c.detail.isEmpty() ? -1 : int(c.arguments.last().size()));
     }
-    const QJsonObject tooLong = json(quillet({u"check"_s, u"--json"_s, QString(2001, u'b')}));
-    EXPECT_EQ(tooLong[u"limit"_s].toInt(), 2000);
-    EXPECT_EQ(tooLong[u"length"_s].toInt(), 2001);
     const QJsonObject verdict = json(quillet({u"check"_s, u"--json"_s, u"hello"_s, u"world"_s}));
     EXPECT_EQ(verdict[u"kind"_s].toString(), u"sentence"_s);
 }
@@ -208,14 +212,9 @@ TEST_F(CommandLineTest, SettingsAreCheckedWithClearErrors) {
     EXPECT_EQ(settings({u"set"_s, u"trigger.pointerKey"_s, u"command"_s}).exitCode, 0);
     EXPECT_EQ(settings({u"get"_s, u"trigger.pointerKey"_s}).out, u"command"_s);
     EXPECT_EQ(settings({u"set"_s, u"dictionaryOrder"_s, u"[\"bundled\"]"_s}).exitCode, 0);
-
     const QuilletProcess::Run unknown = settings({u"get"_s, u"trigger.nonsense"_s});
     EXPECT_EQ(unknown.exitCode, 1);
     EXPECT_TRUE(unknown.err.contains(u"trigger.nonsense"_s));
-    const QuilletProcess::Run wrongType = settings({u"set"_s, u"speaksOnLookup"_s, u"maybe"_s});
-    EXPECT_EQ(wrongType.exitCode, 1);
-    EXPECT_EQ(wrongType.err, u"「speaksOnLookup」需要布尔值（true 或 false），收到「maybe」。"_s);
-    EXPECT_EQ(settings({u"set"_s, u"trigger.pointerKey"_s, u"shift"_s}).exitCode, 1);
 
     // A settings file that cannot be read leaves the program with its defaults.
     QFile file(config.filePath(u"Quillet/defaults.json"_s));
@@ -246,7 +245,6 @@ TEST_F(CommandLineTest, NotebookStarsExportsAndClears) {
     EXPECT_TRUE(QFile::exists(file));
 
     EXPECT_EQ(notebook({u"unstar"_s, u"serendipity"_s}).exitCode, 0);
-    EXPECT_EQ(notebook({u"remove"_s, u"never-seen"_s}).exitCode, 1);
     EXPECT_EQ(notebook({u"clear"_s}).exitCode, 0);
     EXPECT_EQ(starred(), QStringList{u"Carry on."_s});
 }
@@ -279,16 +277,23 @@ TEST_F(CommandLineTest, SettingValuesAreCheckedForWhatTheyAre) {
     const auto set = [](const QString& key, const QString& value) {
         return quillet({u"settings"_s, u"set"_s, key, value});
     };
+    const QString seconds = u"「hoverDwellSeconds」需要 0 到 10 之间的秒数，收到「%1」。"_s;
+    QList<std::tuple<QString, QString, QString>> refused = {
+        {u"trigger.method"_s, u"paste"_s,
+         u"「trigger.method」需要 copy 或 hotKey，收到「paste」。"_s},
+        {u"speaksOnLookup"_s, u"maybe"_s,
+         u"「speaksOnLookup」需要布尔值（true 或 false），收到「maybe」。"_s},
+    };
     for (const QString& value : {u"nan"_s, u"inf"_s, u"-inf"_s, u"1e999"_s, u"1e-1"_s, u"0x10"_s,
-                                 u"-1"_s, u"10.5"_s, u""_s, u"."_s, u"1.2.3"_s}) {
-        const QuilletProcess::Run run = set(u"hoverDwellSeconds"_s, value);
+                                 u"-1"_s, u"10.5"_s, u""_s, u"."_s, u"1.2.3"_s})
+        refused.append({u"hoverDwellSeconds"_s, value, seconds.arg(value)});
+    for (const auto& [key, value, err] : refused) {
+        const QuilletProcess::Run run = set(key, value);
         EXPECT_EQ(run.exitCode, 1) << value.toStdString();
-        EXPECT_EQ(run.err,
-                  u"「hoverDwellSeconds」需要 0 到 10 之间的秒数，收到「%1」。"_s.arg(value));
+        EXPECT_EQ(run.err, err);
     }
+    EXPECT_EQ(set(u"trigger.pointerKey"_s, u"shift"_s).exitCode, 1);
     EXPECT_EQ(set(u"hoverDwellSeconds"_s, u"2.5"_s).out, u"hoverDwellSeconds = 2.5"_s);
-    EXPECT_EQ(set(u"trigger.method"_s, u"paste"_s).err,
-              u"「trigger.method」需要 copy 或 hotKey，收到「paste」。"_s);
 
     // A dictionary order names only what is installed: what `quillet dictionaries` lists.
     QStringList installed;
@@ -427,12 +432,7 @@ TEST_F(CommandLineTest, ControlCharactersArePrintedEscapedExceptInJson) {
     ASSERT_TRUE(writer.write(folder, u"hostile"_s));
 
     const auto obeyable = [](const QString& text) {
-        for (const QChar character : text) {
-            const char16_t unit = character.unicode();
-            if ((unit < 0x20 && unit != u'\n' && unit != u'\t') || (unit >= 0x7F && unit < 0xA0))
-                return true;
-        }
-        return false;
+        return text.contains(QRegularExpression(u"[\\x00-\\x08\\x0B-\\x1F\\x7F-\\x9F]"_s));
     };
     for (const QStringList& arguments : {QStringList{u"lookup"_s, u"quilletzorp"_s},
                                          QStringList{u"lookup"_s, u"--all"_s, u"quilletzorp"_s}}) {

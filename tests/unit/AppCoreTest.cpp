@@ -126,20 +126,23 @@ protected:
                          .logError = [this](const QString& c) {
                              log.append(EventLog::Kind::error, c);
                          }}};
-    AppCore core{{
-        .presenter = presenter,
-        .pasteboard = pasteboard,
-        .translator = translator,
-        .engine = engine,
-        .vocabulary = vocabulary,
-        .log = log,
-        .preferences = preferences,
-        .triggers = triggers,
-        .filter = filter,
-        .speak = [this](const QString& text) { spoken.append(text); },
-        .openInDictionary = {},
-        .now = [this] { return now; },
-    }};
+    AppCore::Dependencies dependencies() {
+        return {
+            .presenter = presenter,
+            .pasteboard = pasteboard,
+            .translator = translator,
+            .engine = engine,
+            .vocabulary = vocabulary,
+            .log = log,
+            .preferences = preferences,
+            .triggers = triggers,
+            .filter = filter,
+            .speak = [this](const QString& text) { spoken.append(text); },
+            .openInDictionary = {},
+            .now = [this] { return now; },
+        };
+    }
+    AppCore core{dependencies()};
 };
 
 TEST_F(AppCoreTest, CopiedWordIsShownRecordedAndLoggedWithoutItsTextOncePerMinute) {
@@ -252,19 +255,7 @@ TEST_F(AppCoreTest, LookupSettlesBeforeTheStatusRefreshThatMayOutliveTheCoordina
     server.installed = {TranslationSettings::defaultModel, u"other"_s};
     server.routes = {{"/api/tags", {FakeModelServer::Misbehaviour::garbage}},
                      {"/api/chat", {FakeModelServer::Misbehaviour::held}}};
-    auto coordinator = std::make_unique<AppCore>(AppCore::Dependencies{
-        .presenter = presenter,
-        .pasteboard = pasteboard,
-        .translator = translator,
-        .engine = engine,
-        .vocabulary = vocabulary,
-        .log = log,
-        .preferences = preferences,
-        .triggers = triggers,
-        .filter = filter,
-        .speak = {},
-        .openInDictionary = {},
-    });
+    auto coordinator = std::make_unique<AppCore>(dependencies());
     QSignalSpy settled(coordinator.get(), &AppCore::lookupSettled);
     const QString sentence = u"Read this sentence please."_s;
     coordinator->run(sentence, false);

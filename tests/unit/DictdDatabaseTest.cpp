@@ -129,6 +129,7 @@ TEST(DictdDatabaseTest, FindsHeadwordsInByteOrderWhenMarkedSo) {
     }
 }
 
+// Damage, a missing part, or a FIFO in a part's place (refused, not waited on) is named.
 TEST(DictdDatabaseTest, DamagedDatabasesAreRefusedWithAReason) {
     const auto flip = [](QByteArray& b) {
         for (qsizetype i = b.size() / 3; i < b.size() / 3 + 64; ++i)
@@ -139,6 +140,7 @@ TEST(DictdDatabaseTest, DamagedDatabasesAreRefusedWithAReason) {
         std::function<void(QByteArray&)> change; // none: the part is removed
         QString reason;
         bool dictzip = false;
+        bool fifo = false; // in place of the removed part
     } cases[] = {
         {".dict", {}, u"缺少正文文件（.dict）"_s},
         {".index", [](QByteArray& b) { b.clear(); }, u"索引文件是空的"_s},
@@ -148,8 +150,11 @@ TEST(DictdDatabaseTest, DamagedDatabasesAreRefusedWithAReason) {
          u"索引指向正文之外，正文可能不完整"_s},
         {".dict.dz", flip, u"正文无法读取或已损坏"_s, true},
         {".dict.dz", [](QByteArray& b) { b[0] = 'x'; }, u"sample.dict.dz 的压缩数据已损坏"_s, true},
+        {".index", {}, u"索引文件无法读取：不是普通文件"_s, false, true},
+        {".dict", {}, u"sample.dict 不是普通文件"_s, false, true},
+        {".dict.dz", {}, u"sample.dict.dz 不是普通文件"_s, true, true},
     };
-    for (const auto& [file, change, reason, dictzip] : cases) {
+    for (const auto& [file, change, reason, dictzip, fifo] : cases) {
         SCOPED_TRACE(reason.toStdString());
         QTemporaryDir dir;
         // Short name last, so reading it touches the middle of the text.
@@ -157,10 +162,13 @@ TEST(DictdDatabaseTest, DamagedDatabasesAreRefusedWithAReason) {
         std::rotate(entries.begin(), entries.begin() + 1, entries.end());
         const QString index = writeDatabase(dir, entries, Order::folded, dictzip);
         const QString part = dir.filePath(u"sample"_s + QString::fromLatin1(file));
-        if (change)
+        if (change) {
             DictionaryFiles::rewrite(part, change);
-        else
+        } else {
             ASSERT_TRUE(QFile::remove(part));
+            if (fifo)
+                ASSERT_EQ(::mkfifo(QFile::encodeName(part).constData(), 0600), 0);
+        }
         EXPECT_EQ(DictionaryFiles::defectIn(DictdDatabase::open(DictdDatabase::filesBeside(index))),
                   std::optional(reason));
     }
@@ -177,23 +185,4 @@ TEST(DictdDatabaseTest, FilesCutShortWhileOpenGiveNoCrash) {
     EXPECT_EQ(headlines(*database, u"coop"_s), u"coop"_s);
     ASSERT_TRUE(QFile::resize(dir.filePath(u"sample.dict"_s), 10));
     EXPECT_EQ(headlines(*database, u"word1150"_s), QString());
-}
-
-TEST(DictdDatabaseTest, SpecialFilesInPlaceOfAPartAreRefused) {
-    const std::pair<const char*, QString> cases[] = {
-        {".index", u"索引文件无法读取：不是普通文件"_s},
-        {".dict", u"sample.dict 不是普通文件"_s},
-        {".dict.dz", u"sample.dict.dz 不是普通文件"_s},
-    };
-    for (const auto& [part, reason] : cases) {
-        SCOPED_TRACE(part);
-        QTemporaryDir dir;
-        const QString index =
-            writeDatabase(dir, foldedEntries(), Order::folded, QByteArrayView(part) == ".dict.dz");
-        const QString path = dir.filePath(u"sample"_s + QString::fromLatin1(part));
-        ASSERT_TRUE(QFile::remove(path));
-        ASSERT_EQ(::mkfifo(QFile::encodeName(path).constData(), 0600), 0);
-        EXPECT_EQ(DictionaryFiles::defectIn(DictdDatabase::open(DictdDatabase::filesBeside(index))),
-                  std::optional(reason));
-    }
 }

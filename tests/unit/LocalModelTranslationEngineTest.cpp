@@ -246,8 +246,8 @@ TEST_F(LocalModelTranslationEngineTest, EachFailureOfTheChatEndsInItsTextAndTeac
             use(api);
             server.routes = {{chatPath(api), {chat}}};
             server.requests.clear();
+            SCOPED_TRACE(apiName(api) + std::to_string(int(chat)));
             const Running running(fresh.translate(kSentence, {}));
-            const std::string name = apiName(api) + std::to_string(int(chat));
             if (chat == Misbehaviour::hang) {
                 arrived(chatPath(api));
                 timers.advance(59'999ms);
@@ -255,9 +255,9 @@ TEST_F(LocalModelTranslationEngineTest, EachFailureOfTheChatEndsInItsTextAndTeac
                 EXPECT_FALSE(running.finished()) << "the chat has its whole limit";
                 timers.advance(1ms);
             }
-            EXPECT_EQ(textOf(running.outcome()), text) << name;
-            EXPECT_EQ(fresh.assetStatus(), Status::installed) << name;
-            EXPECT_EQ(server.paths().value(0), listingPath(api)) << name;
+            EXPECT_EQ(textOf(running.outcome()), text);
+            EXPECT_EQ(fresh.assetStatus(), Status::installed);
+            EXPECT_EQ(server.paths().value(0), listingPath(api));
         }
         server.routes.clear();
 
@@ -276,6 +276,7 @@ TEST_F(LocalModelTranslationEngineTest, EachFailureOfTheChatEndsInItsTextAndTeac
 
 TEST_F(LocalModelTranslationEngineTest, ServerThatStopsAnsweringIsGivenUpWithinTheQuickLimit) {
     for (const Api api : {Api::ollama, Api::openAi}) {
+        SCOPED_TRACE(apiName(api));
         // What the engine knew before the stall stays: a stall says nothing about the model.
         use(api);
         server.routes.clear();
@@ -286,7 +287,7 @@ TEST_F(LocalModelTranslationEngineTest, ServerThatStopsAnsweringIsGivenUpWithinT
         arrived(listingPath(api));
         timers.advance(2s);
         refreshing.outcome();
-        EXPECT_EQ(engine.assetStatus(), Status::installed) << apiName(api);
+        EXPECT_EQ(engine.assetStatus(), Status::installed);
 
         // A first translation asks the listing first and never gets to the long chat limit.
         LocalModelTranslationEngine fresh(settings, log, testTiming(timers));
@@ -297,7 +298,7 @@ TEST_F(LocalModelTranslationEngineTest, ServerThatStopsAnsweringIsGivenUpWithinT
         QCoreApplication::processEvents();
         EXPECT_FALSE(stalled.finished());
         timers.advance(1ms);
-        EXPECT_EQ(textOf(stalled.outcome()), kTimedOut) << apiName(api);
+        EXPECT_EQ(textOf(stalled.outcome()), kTimedOut);
         EXPECT_FALSE(server.received(chatPath(api)));
 
         // One that drops the listing is interrupted; the next translation asks again.
@@ -384,8 +385,7 @@ TEST_F(LocalModelTranslationEngineTest, FirstSlowTranslationOfARunIsAnnounced) {
         timers.advance(1h);    // a notice not given while waiting is never given late
         server.loaded.clear(); // the next answer would be slow again, but is not the first
         server.routes.clear();
-        const Running second(fresh.translate(u"Good evening to you."_s, {}));
-        second.outcome();
+        QCoro::waitFor(fresh.translate(u"Good evening to you."_s, {}));
         timers.advance(1h);
         ASSERT_EQ(notices.size(), c.announced ? 1 : 0) << c.name;
         if (c.announced) {

@@ -30,10 +30,10 @@ QStringList definitions(StarDictDictionary& dictionary, const QString& word) {
     return std::get<QStringList>(result);
 }
 
-// 300 entries, "water" last, with a synonym.
-StarDictWriter sampleWriter() {
-    StarDictWriter writer;
-    for (int i = 0; i < 300; ++i)
+// `count` filler entries, then "water" with a synonym.
+StarDictWriter sampleWriter(int count, StarDictWriter::Options options = {}) {
+    StarDictWriter writer(options);
+    for (int i = 0; i < count; ++i)
         writer.add(u"word%1"_s.arg(i, 4, 10, QChar(u'0')), u"filler %1"_s.arg(i));
     writer.add(u"water"_s, u"n. 水"_s).addSynonym(u"H2O"_s, u"water"_s);
     return writer;
@@ -145,7 +145,8 @@ TEST(StarDictDictionaryTest, EntryPartsBecomePlainText) {
         EXPECT_EQ(StarDictDictionary::entryText(data, sequence), text) << data.toStdString();
 }
 
-// Each kind of damage is found, at open or at the first lookup, and named.
+// Each kind of damage is found, at open or at the first lookup, and named. A FIFO in place
+// of a part is refused without waiting for a writer that never comes.
 TEST(StarDictDictionaryTest, DamagedDictionariesAreRefusedWithAReason) {
     using Change = std::function<void(QByteArray&)>;
     const auto replace = [](const char* from, const char* to) -> Change {
@@ -157,6 +158,7 @@ TEST(StarDictDictionaryTest, DamagedDictionariesAreRefusedWithAReason) {
         const char* file; // the part damaged
         Change change;    // none: the part is removed
         QString reason;
+        bool fifo = false; // the part is replaced by a FIFO
     } cases[] = {
         {".ifo", replace("StarDict's", "Other"), u"说明文件（.ifo）格式不对"_s},
         {".ifo", replace("\n", "\nidxoffsetbits=48\n"),
@@ -172,23 +174,32 @@ TEST(StarDictDictionaryTest, DamagedDictionariesAreRefusedWithAReason) {
         {".syn", [](QByteArray& b) { b[b.size() - 2] = char(0xff); },
          u"同义词文件（.syn）指向不存在的词条"_s},
         {".syn", [](QByteArray& b) { b.chop(2); }, u"同义词文件（.syn）已损坏"_s},
+        {".ifo", {}, u"说明文件（.ifo）无法读取：不是普通文件"_s, true},
+        {".idx", {}, u"索引文件（.idx）不是普通文件"_s, true},
+        {".syn", {}, u"同义词文件（.syn）无法读取：不是普通文件"_s, true},
+        {".dict", {}, u"sample.dict 不是普通文件"_s, true},
+        {".dict.dz", {}, u"sample.dict.dz 不是普通文件"_s, true},
     };
-    for (const auto& [file, change, reason] : cases) {
-        SCOPED_TRACE(reason.toStdString());
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.reason.toStdString());
         QTemporaryDir dir;
-        const auto written = sampleWriter().write(dir.path(), u"sample"_s);
+        const bool dictzip = QByteArrayView(c.file) == ".dict.dz";
+        const auto written = sampleWriter(300, {.dictzip = dictzip}).write(dir.path(), u"sample"_s);
         ASSERT_TRUE(written) << qPrintable(written.error);
-        const QString part = dir.filePath(u"sample"_s + QString::fromLatin1(file));
-        if (change)
-            DictionaryFiles::rewrite(part, change);
-        else
+        const QString part = dir.filePath(u"sample"_s + QString::fromLatin1(c.file));
+        if (c.change) {
+            DictionaryFiles::rewrite(part, c.change);
+        } else {
             ASSERT_TRUE(QFile::remove(part));
+            if (c.fifo)
+                ASSERT_EQ(::mkfifo(QFile::encodeName(part).constData(), 0600), 0);
+        }
         auto opened = StarDictDictionary::open(StarDictDictionary::filesBeside(written.ifoPath));
         auto defect = DictionaryFiles::defectIn(opened);
         if (!defect)
             defect = DictionaryFiles::defectIn(
                 std::get<std::unique_ptr<StarDictDictionary>>(opened)->definitions(u"water"_s));
-        EXPECT_EQ(defect, std::optional(reason));
+        EXPECT_EQ(defect, std::optional(c.reason));
     }
 }
 
@@ -199,11 +210,7 @@ TEST(StarDictDictionaryTest, FilesCutShortWhileOpenGiveNoCrash) {
     for (const bool dictzip : {false, true}) {
         SCOPED_TRACE(dictzip ? "dictzip" : "plain");
         QTemporaryDir dir;
-        StarDictWriter writer({.dictzip = dictzip});
-        for (int i = 0; i < 3000; ++i)
-            writer.add(u"word%1"_s.arg(i, 4, 10, QChar(u'0')), u"filler %1"_s.arg(i));
-        writer.add(u"water"_s, u"n. 水"_s).addSynonym(u"H2O"_s, u"water"_s);
-        const auto dictionary = open(writer, dir);
+        const auto dictionary = open(sampleWriter(3000, {.dictzip = dictzip}), dir);
         ASSERT_TRUE(dictionary);
         EXPECT_EQ(definitions(*dictionary, u"word0001"_s), QStringList{u"filler 1"_s});
 
@@ -216,36 +223,5 @@ TEST(StarDictDictionaryTest, FilesCutShortWhileOpenGiveNoCrash) {
         const QStringList after = definitions(*dictionary, u"word2999"_s);
         EXPECT_TRUE(after.isEmpty() || after == QStringList{u"filler 2999"_s}) // a cached chunk
             << qPrintable(after.join(u'|'));
-    }
-}
-
-// A FIFO or a device in place of any part is refused with a reason, without waiting for a
-// writer that never comes.
-TEST(StarDictDictionaryTest, SpecialFilesInPlaceOfAPartAreRefused) {
-    const std::pair<const char*, QString> cases[] = {
-        {".ifo", u"说明文件（.ifo）无法读取：不是普通文件"_s},
-        {".idx", u"索引文件（.idx）不是普通文件"_s},
-        {".syn", u"同义词文件（.syn）无法读取：不是普通文件"_s},
-        {".dict", u"sample.dict 不是普通文件"_s},
-        {".dict.dz", u"sample.dict.dz 不是普通文件"_s},
-    };
-    for (const auto& [part, reason] : cases) {
-        SCOPED_TRACE(part);
-        QTemporaryDir dir;
-        const bool dictzip = QByteArrayView(part) == ".dict.dz";
-        StarDictWriter writer({.dictzip = dictzip});
-        writer.add(u"water"_s, u"n. 水"_s).addSynonym(u"H2O"_s, u"water"_s);
-        const auto written = writer.write(dir.path(), u"sample"_s);
-        ASSERT_TRUE(written) << qPrintable(written.error);
-        const QString path = dir.filePath(u"sample"_s + QString::fromLatin1(part));
-        ASSERT_TRUE(QFile::remove(path));
-        ASSERT_EQ(::mkfifo(QFile::encodeName(path).constData(), 0600), 0);
-
-        auto opened = StarDictDictionary::open(StarDictDictionary::filesBeside(written.ifoPath));
-        auto defect = DictionaryFiles::defectIn(opened);
-        if (!defect)
-            defect = DictionaryFiles::defectIn(
-                std::get<std::unique_ptr<StarDictDictionary>>(opened)->definitions(u"water"_s));
-        EXPECT_EQ(defect, std::optional(reason));
     }
 }
