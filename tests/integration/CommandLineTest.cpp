@@ -10,11 +10,9 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
-#include <QRandomGenerator>
 #include <QRegularExpression>
 #include <QScopeGuard>
 #include <QTemporaryDir>
-#include <QThread>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -247,30 +245,6 @@ TEST_F(CommandLineTest, NotebookStarsExportsAndClears) {
     EXPECT_EQ(notebook({u"unstar"_s, u"serendipity"_s}).exitCode, 0);
     EXPECT_EQ(notebook({u"clear"_s}).exitCode, 0);
     EXPECT_EQ(starred(), QStringList{u"Carry on."_s});
-}
-
-TEST_F(CommandLineTest, StarsSurviveProcessesKilledMidSave) {
-    QStringList confirmed;
-    for (int i = 0; i < 40; ++i) {
-        const QString word = u"word"_s + QChar(u'a' + i % 26) + QChar(u'a' + i / 26);
-        QProcess process;
-        process.start(QuilletProcess::executable(), {u"notebook"_s, u"star"_s, word});
-        process.waitForStarted();
-        // Kill about half of them somewhere between start-up and the end of the save.
-        if (i % 2 == 1) {
-            QThread::usleep(QRandomGenerator::global()->bounded(500, 6000));
-            process.kill();
-        }
-        process.waitForFinished(30'000);
-        if (process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0)
-            confirmed.append(word);
-    }
-    ASSERT_GE(confirmed.size(), 20);
-    const QStringList kept = starred();
-    for (const QString& word : confirmed)
-        EXPECT_TRUE(kept.contains(word)) << word.toStdString();
-    EXPECT_TRUE(QDir(config.filePath(u"Quillet"_s)).entryList({u"*.unreadable-*"_s}).isEmpty())
-        << "an interrupted save never leaves a broken file behind";
 }
 
 TEST_F(CommandLineTest, SettingValuesAreCheckedForWhatTheyAre) {
