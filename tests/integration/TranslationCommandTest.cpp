@@ -144,8 +144,9 @@ TEST_F(TranslationCommandTest, FailedAnswerIsNamedInTheLogAndNothingElseReachesT
         // One line of the reader's message: no warnings of the libraries underneath. A stalled
         // server never said whether it has the model, so its message may differ.
         EXPECT_FALSE(failed.err.contains(u'\n')) << failed.err.toStdString();
-        if (c.misbehaviour != hang)
+        if (c.misbehaviour != hang) {
             EXPECT_EQ(failed.err, u"未能翻译，请再试一次。"_s);
+        }
         // The engine's own reason goes to the log, just before the reader's message.
         const QStringList log = quillet({u"log"_s, u"--lines"_s, u"2"_s}).out.split(u'\n');
         EXPECT_TRUE(log.first().endsWith(u"翻译失败："_s + c.reason))
