@@ -166,8 +166,9 @@ TEST(DictdDatabaseTest, DamagedDatabasesAreRefusedWithAReason) {
             DictionaryFiles::rewrite(part, change);
         } else {
             ASSERT_TRUE(QFile::remove(part));
-            if (fifo)
+            if (fifo) {
                 ASSERT_EQ(::mkfifo(QFile::encodeName(part).constData(), 0600), 0);
+            }
         }
         EXPECT_EQ(DictionaryFiles::defectIn(DictdDatabase::open(DictdDatabase::filesBeside(index))),
                   std::optional(reason));

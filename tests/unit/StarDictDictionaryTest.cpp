@@ -191,8 +191,9 @@ TEST(StarDictDictionaryTest, DamagedDictionariesAreRefusedWithAReason) {
             DictionaryFiles::rewrite(part, c.change);
         } else {
             ASSERT_TRUE(QFile::remove(part));
-            if (c.fifo)
+            if (c.fifo) {
                 ASSERT_EQ(::mkfifo(QFile::encodeName(part).constData(), 0600), 0);
+            }
         }
         auto opened = StarDictDictionary::open(StarDictDictionary::filesBeside(written.ifoPath));
         auto defect = DictionaryFiles::defectIn(opened);
