@@ -99,6 +99,8 @@ TEST_F(StorageSafetyTest, KilledCommandsNeverCostAnAcknowledgedChange) {
     EXPECT_EQ(QDir(home.path() + u"/.config/Quillet"_s)
                   .entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
               QStringList{u"defaults.json"_s});
+    RecordProperty("killed", killed);
+    RecordProperty("acknowledged", int(acknowledged.size()));
     // Both kinds of ending must have happened for the test to mean anything.
     EXPECT_GT(killed, 20);
     EXPECT_GT(acknowledged.size(), 20);
