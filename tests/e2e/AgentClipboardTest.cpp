@@ -15,19 +15,9 @@
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
+using namespace LogLines;
+
 namespace {
-
-QRegularExpression exactly(const QString& text) {
-    return QRegularExpression(u"^"_s + QRegularExpression::escape(text) + u"$"_s);
-}
-
-QRegularExpression startingWith(const QString& text) {
-    return QRegularExpression(u"^"_s + QRegularExpression::escape(text));
-}
-
-std::string text(const QStringList& lines) {
-    return lines.join(u'\n').toStdString();
-}
 
 // The agent under a real desktop: copies come through the X clipboard, answers are read from
 // its event-log echo and from its panel window.

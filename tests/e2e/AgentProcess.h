@@ -8,6 +8,7 @@
 #include <QStringList>
 #include <QTemporaryDir>
 #include <optional>
+#include <string>
 
 // The agent as a separate process under the test's desktop session: its own HOME, the
 // event log echoed to standard output, and a clock the test can move forward.
@@ -82,3 +83,22 @@ std::optional<QString> waitForPanelState(const QRegularExpression& pattern,
                                          int timeoutMs = AgentProcess::lineTimeoutMs);
 
 } // namespace Desktop
+
+// Patterns and printing for the agent's log lines.
+namespace LogLines {
+
+inline QRegularExpression exactly(const QString& text) {
+    return QRegularExpression(QStringLiteral("^") + QRegularExpression::escape(text) +
+                              QStringLiteral("$"));
+}
+
+inline QRegularExpression startingWith(const QString& text) {
+    return QRegularExpression(QStringLiteral("^") + QRegularExpression::escape(text));
+}
+
+// The lines as one text, for a failure message.
+inline std::string text(const QStringList& lines) {
+    return lines.join(u'\n').toStdString();
+}
+
+} // namespace LogLines

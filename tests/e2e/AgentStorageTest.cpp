@@ -14,15 +14,9 @@
 
 using namespace Qt::StringLiterals;
 
+using namespace LogLines;
+
 namespace {
-
-QRegularExpression startingWith(const QString& text) {
-    return QRegularExpression(u"^"_s + QRegularExpression::escape(text));
-}
-
-std::string text(const QStringList& lines) {
-    return lines.join(u'\n').toStdString();
-}
 
 // The agent and commands of the same user share one settings file.
 class AgentStorageTest : public testing::Test {
