@@ -143,11 +143,24 @@ void Vocabulary::record(const QString& text) {
 
 // A newly starred item goes to the top like a fresh lookup, with a count of 0 since it was
 // never looked up; unstarring such an item removes it, as nothing else would keep it.
-bool Vocabulary::toggleAt(qsizetype index, const std::optional<QString>& translation,
-                          const std::optional<Source>& source) {
+bool Vocabulary::toggle(const QString& normalized, Kind kind,
+                        const std::optional<QString>& translation,
+                        const std::optional<Source>& source) {
+    const QDateTime now = m_deps.now();
+    const qsizetype index = indexOf(normalized, kind);
+    if (index < 0) {
+        m_entries.prepend(Entry{.kind = kind,
+                                .text = normalized,
+                                .translation = translation,
+                                .firstDate = now,
+                                .lastDate = now,
+                                .starred = true,
+                                .source = source});
+        return true;
+    }
     Entry& entry = m_entries[index];
     entry.starred = !entry.starred;
-    entry.lastDate = m_deps.now();
+    entry.lastDate = now;
     if (!entry.translation)
         entry.translation = translation;
     if (!entry.source)
@@ -161,19 +174,6 @@ bool Vocabulary::toggleAt(qsizetype index, const std::optional<QString>& transla
     return starred;
 }
 
-void Vocabulary::prependStarred(const QString& normalized, Kind kind,
-                                const std::optional<QString>& translation,
-                                const std::optional<Source>& source) {
-    const QDateTime now = m_deps.now();
-    m_entries.prepend(Entry{.kind = kind,
-                            .text = normalized,
-                            .translation = translation,
-                            .firstDate = now,
-                            .lastDate = now,
-                            .starred = true,
-                            .source = source});
-}
-
 bool Vocabulary::toggleStar(const QString& text, Kind kind,
                             const std::optional<QString>& translation,
                             const std::optional<Source>& source) {
@@ -182,11 +182,7 @@ bool Vocabulary::toggleStar(const QString& text, Kind kind,
         return false;
     bool starred = true;
     update([&] {
-        if (const qsizetype index = indexOf(normalized, kind); index >= 0) {
-            starred = toggleAt(index, translation, source);
-        } else {
-            prependStarred(normalized, kind, translation, source);
-        }
+        starred = toggle(normalized, kind, translation, source);
         return true;
     });
     return starred;
@@ -201,16 +197,10 @@ bool Vocabulary::setStarred(const QString& text, Kind kind, bool starred,
     bool changed = false;
     update([&] {
         const qsizetype index = indexOf(normalized, kind);
-        const bool isStarred = index >= 0 && m_entries[index].starred;
-        if (isStarred == starred)
-            return false;
-        changed = true;
-        if (index >= 0) {
-            toggleAt(index, translation, source);
-        } else {
-            prependStarred(normalized, kind, translation, source);
-        }
-        return true;
+        changed = (index >= 0 && m_entries[index].starred) != starred;
+        if (changed)
+            toggle(normalized, kind, translation, source);
+        return changed;
     });
     return changed;
 }

@@ -117,11 +117,9 @@ private:
     void adoptStored();
     void adoptLegacy(const QList<Entry>& words, const QString& oldKey);
     void preserveUnreadable(const QVariant& stored, const QByteArray& raw, qsizetype total);
-    void prependStarred(const QString& normalized, Kind kind,
-                        const std::optional<QString>& translation,
-                        const std::optional<Source>& source);
-    bool toggleAt(qsizetype index, const std::optional<QString>& translation,
-                  const std::optional<Source>& source);
+    // Stars or unstars the item in the list as it is; returns the new state.
+    bool toggle(const QString& normalized, Kind kind, const std::optional<QString>& translation,
+                const std::optional<Source>& source);
     void removeHistory(const QString& logLine);
     void evictIfNeeded();
     void save();

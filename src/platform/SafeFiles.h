@@ -43,6 +43,10 @@ QString unusedPath(const QString& stem, const QString& suffix = {});
 // for a caller that holds the lock every writer of `path` holds while it writes.
 void removeLeftovers(const QString& path);
 
+// A read-only descriptor of a regular file, for the caller to close. FIFOs, devices and
+// folders are refused without blocking.
+std::variant<int, Failure> openRegularFile(const QString& path);
+
 // The whole content of a regular file of at most `maxBytes`. FIFOs, devices and folders are
 // refused without blocking.
 std::variant<QByteArray, Failure> readRegularFile(const QString& path, qint64 maxBytes);

@@ -175,7 +175,7 @@ void removeLeftovers(const QString& path) {
         folder.remove(name);
 }
 
-std::variant<QByteArray, Failure> readRegularFile(const QString& path, qint64 maxBytes) {
+std::variant<int, Failure> openRegularFile(const QString& path) {
     // O_NONBLOCK: opening a FIFO must not wait for a writer.
     Descriptor file{::open(encoded(path).constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC)};
     if (file.fd < 0)
@@ -185,6 +185,17 @@ std::variant<QByteArray, Failure> readRegularFile(const QString& path, qint64 ma
         return Failure::fromErrno(errno);
     if (!S_ISREG(info.st_mode))
         return failureOf(Kind::notRegular);
+    return file.release();
+}
+
+std::variant<QByteArray, Failure> readRegularFile(const QString& path, qint64 maxBytes) {
+    const std::variant<int, Failure> opened = openRegularFile(path);
+    if (const auto* failure = std::get_if<Failure>(&opened))
+        return *failure;
+    Descriptor file{std::get<int>(opened)};
+    struct stat info {};
+    if (::fstat(file.fd, &info) != 0)
+        return Failure::fromErrno(errno);
     if (info.st_size > maxBytes)
         return failureOf(Kind::tooLarge);
     QByteArray bytes;

@@ -6,7 +6,6 @@
 #include <QFileInfo>
 #include <algorithm>
 #include <cerrno>
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <zlib.h>
@@ -47,14 +46,14 @@ DictZipFile::~DictZipFile() {
 
 OrDefect<std::unique_ptr<DictZipFile>> DictZipFile::open(const QString& path) {
     const QString name = QFileInfo(path).fileName();
-    // O_NONBLOCK: a FIFO put in a dictionary's place must not wait for a writer.
-    const int descriptor =
-        ::open(QFile::encodeName(path).constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-    if (descriptor < 0) {
-        const SafeFiles::Failure failure = SafeFiles::Failure::fromErrno(errno);
-        return DictionaryDefect{name + u" 无法打开（"_s + failure.reason + u"）"_s};
+    // A FIFO put in a dictionary's place is refused, never waited on.
+    const std::variant<int, SafeFiles::Failure> opened = SafeFiles::openRegularFile(path);
+    if (const auto* failure = std::get_if<SafeFiles::Failure>(&opened)) {
+        if (failure->kind == SafeFiles::Failure::Kind::notRegular)
+            return DictionaryDefect{name + u" 不是普通文件"_s};
+        return DictionaryDefect{name + u" 无法打开（"_s + failure->reason + u"）"_s};
     }
-    return adopt(descriptor, name, path.endsWith(u".dz"_s) || path.endsWith(u".gz"_s));
+    return adopt(std::get<int>(opened), name, path.endsWith(u".dz"_s) || path.endsWith(u".gz"_s));
 }
 
 OrDefect<std::unique_ptr<DictZipFile>> DictZipFile::adopt(int descriptor, const QString& name,
