@@ -129,7 +129,7 @@ void AppCore::noteDisplayLayout(const QString& screenName, bool hasNotch) {
 
 // --- Filtering -------------------------------------------------------------------------
 
-std::optional<RejectReason> AppCore::filter(const CaptureFilter::Capture& capture) const {
+std::optional<CaptureFilter::Refusal> AppCore::filter(const CaptureFilter::Capture& capture) const {
     const CaptureFilter::Settings settings{
         .lengthLimit = m_deps.preferences.lengthLimit(),
         .showsEverything = m_deps.filter.showsEverything(),
@@ -137,21 +137,22 @@ std::optional<RejectReason> AppCore::filter(const CaptureFilter::Capture& captur
     return CaptureFilter::firstRejection(capture, settings, m_lastQuery, m_deps.now());
 }
 
-void AppCore::note(RejectReason reason, const QString& text) {
+void AppCore::note(const CaptureFilter::Refusal& refusal, const QString& text) {
     // A concealed or secret text must not outlive the check.
-    const bool keepsText = !RejectReasons::keepsNoCopy(reason) && reason != RejectReason::empty;
-    m_lastRejection = Rejection{.text = keepsText ? std::optional<QString>(text) : std::nullopt,
-                                .reason = reason,
-                                .date = m_deps.now()};
+    m_lastRejection =
+        Rejection{.text = refusal.keepsNoCopy() ? std::nullopt : std::optional<QString>(text),
+                  .reason = refusal.reason,
+                  .date = m_deps.now()};
     Q_EMIT lastRejectionChanged();
 }
 
-void AppCore::refuse(const QString& feature, RejectReason reason, const QString& text) {
-    QString content = feature + u"｜"_s + RejectReasons::description(reason);
-    if (!RejectReasons::keepsNoCopy(reason) && reason != RejectReason::empty)
+void AppCore::refuse(const QString& feature, const CaptureFilter::Refusal& refusal,
+                     const QString& text) {
+    QString content = feature + u"｜"_s + RejectReasons::description(refusal.reason);
+    if (!refusal.keepsNoCopy())
         content += u"｜"_s + EventLog::privateSegment(UnicodeText::trimmed(text));
     m_deps.log.append(EventLog::Kind::reject, content);
-    note(reason, text);
+    note(refusal, text);
 }
 
 void AppCore::handleClipboard(const ClipboardChange& change) {
@@ -159,8 +160,8 @@ void AppCore::handleClipboard(const ClipboardChange& change) {
                                          .channel = CaptureFilter::Channel::clipboard,
                                          .isConcealed = change.isConcealed,
                                          .isRemote = change.isRemote};
-    if (const std::optional<RejectReason> reason = filter(capture)) {
-        refuse(clipboardFeature(), *reason, change.text);
+    if (const std::optional<CaptureFilter::Refusal> refusal = filter(capture)) {
+        refuse(clipboardFeature(), *refusal, change.text);
         return;
     }
     const QString trimmed = UnicodeText::trimmed(change.text);
@@ -174,13 +175,14 @@ void AppCore::handleClipboard(const ClipboardChange& change) {
 bool AppCore::passesOnDemandFilter(const QString& text, bool isConcealed, const QString& feature) {
     const CaptureFilter::Capture capture{
         .text = text, .channel = CaptureFilter::Channel::onDemand, .isConcealed = isConcealed};
-    if (const std::optional<RejectReason> reason = filter(capture)) {
-        refuse(feature, *reason, text);
+    if (const std::optional<CaptureFilter::Refusal> refusal = filter(capture)) {
+        refuse(feature, *refusal, text);
         // Only a text that was kept can be looked up anyway.
+        const QString userFacing = RejectReasons::userFacing(refusal->reason);
         if (m_lastRejection && m_lastRejection->text)
-            m_deps.presenter.showRefusal(RejectReasons::userFacing(*reason));
+            m_deps.presenter.showRefusal(userFacing);
         else
-            m_deps.presenter.showNotice(RejectReasons::userFacing(*reason));
+            m_deps.presenter.showNotice(userFacing);
         return false;
     }
     m_lastQuery = PreviousQuery{.text = UnicodeText::trimmed(text), .date = m_deps.now()};

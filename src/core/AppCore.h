@@ -103,9 +103,9 @@ private:
     // The lookup is no longer in flight.
     void settle(const QString& query, quint64 generation);
     QCoro::Task<void> prepareAndRun(QString query);
-    std::optional<RejectReason> filter(const CaptureFilter::Capture& capture) const;
-    void refuse(const QString& feature, RejectReason reason, const QString& text);
-    void note(RejectReason reason, const QString& text);
+    std::optional<CaptureFilter::Refusal> filter(const CaptureFilter::Capture& capture) const;
+    void refuse(const QString& feature, const CaptureFilter::Refusal& refusal, const QString& text);
+    void note(const CaptureFilter::Refusal& refusal, const QString& text);
     void collapseIfStillLoading(const QString& query);
     void wirePresenterActions();
 

@@ -1,5 +1,7 @@
 #include "core/CaptureFilter.h"
 
+#include "core/CodeShape.h"
+#include "core/KeyMaterial.h"
 #include "core/TextFilter.h"
 #include "core/UnicodeText.h"
 
@@ -22,13 +24,24 @@ constexpr TextRule kTextRules[] = {
     {RejectReason::secretLike, TextFilter::hasSecretPrefix},
     {RejectReason::codeIdentifier, TextFilter::looksLikeCodeIdentifier},
     {RejectReason::secretLike, TextFilter::looksLikeSecret},
+    // Beyond the single-token rules: keys and passwords inside longer text, then code that is
+    // more than one identifier.
+    {RejectReason::secretLike, KeyMaterial::foundIn},
+    {RejectReason::codeIdentifier, CodeShape::looksLikeCode},
 };
+
+// A text refused before the key-material rule ran may still hold a key.
+Refusal refusal(RejectReason reason, QStringView text) {
+    const bool scanned = reason == RejectReason::secretLike || reason == RejectReason::empty ||
+                         reason == RejectReason::concealed || reason == RejectReason::duplicate;
+    return {reason, reason == RejectReason::secretLike || (!scanned && KeyMaterial::foundIn(text))};
+}
 
 } // namespace
 
-std::optional<RejectReason> firstRejection(const Capture& capture, const Settings& settings,
-                                           const std::optional<PreviousQuery>& previous,
-                                           const QDateTime& now) {
+std::optional<Refusal> firstRejection(const Capture& capture, const Settings& settings,
+                                      const std::optional<PreviousQuery>& previous,
+                                      const QDateTime& now) {
     // Only copied text may be let through, and never for a reason outside the ignorable set:
     // secrets, concealed text and the length limit always hold.
     const bool lenient = capture.channel == Channel::clipboard && settings.showsEverything;
@@ -38,21 +51,21 @@ std::optional<RejectReason> firstRejection(const Capture& capture, const Setting
 
     const QString text = UnicodeText::trimmed(capture.text);
     if (text.isEmpty())
-        return RejectReason::empty;
+        return refusal(RejectReason::empty, text);
     if (capture.isConcealed)
-        return RejectReason::concealed;
+        return refusal(RejectReason::concealed, text);
     if (capture.channel == Channel::clipboard && capture.isRemote &&
         enforced(RejectReason::remoteClipboard))
-        return RejectReason::remoteClipboard;
+        return refusal(RejectReason::remoteClipboard, text);
     // A character takes at least one UTF-16 unit, so only a text with more units is counted.
     const qsizetype limit = TranslationLimits::characterLimit(settings.lengthLimit);
     if (text.size() > limit && UnicodeText::characterCount(text) > limit)
-        return RejectReason::tooLong;
+        return refusal(RejectReason::tooLong, text);
     if (previous && text == previous->text && previous->date.msecsTo(now) < duplicateWindowMs)
-        return RejectReason::duplicate;
+        return refusal(RejectReason::duplicate, text);
     for (const TextRule& rule : kTextRules) {
         if (enforced(rule.reason) && rule.breaks(text))
-            return rule.reason;
+            return refusal(rule.reason, text);
     }
     return std::nullopt;
 }

@@ -36,9 +36,22 @@ struct Settings {
 // How long an identical text counts as a duplicate.
 constexpr qint64 duplicateWindowMs = 60'000;
 
+// Why a text is not looked up, and whether it holds key material. A text refused for another
+// reason first (an address, a shared link, its length) may still hold a key or a password;
+// then, as for a secret, no copy of it is kept or logged.
+struct Refusal {
+    RejectReason reason;
+    bool holdsSecrets = false;
+
+    bool keepsNoCopy() const {
+        return holdsSecrets || RejectReasons::keepsNoCopy(reason) || reason == RejectReason::empty;
+    }
+    bool operator==(const Refusal&) const = default;
+};
+
 // The first rule the text breaks, or nothing when it may be looked up.
-std::optional<RejectReason> firstRejection(const Capture& capture, const Settings& settings,
-                                           const std::optional<PreviousQuery>& previous,
-                                           const QDateTime& now);
+std::optional<Refusal> firstRejection(const Capture& capture, const Settings& settings,
+                                      const std::optional<PreviousQuery>& previous,
+                                      const QDateTime& now);
 
 } // namespace CaptureFilter

@@ -1,6 +1,7 @@
 #include "core/TextFilter.h"
 
 #include "core/IcuRegex.h"
+#include "core/TokenRandomness.h"
 #include "core/UnicodeText.h"
 
 #include <unicode/uchar.h>
@@ -34,12 +35,8 @@ constexpr qsizetype kProseWordsAroundLink = 2;
 // English needs at least this many ASCII letters per CJK character.
 constexpr qsizetype kAsciiLettersPerCJK = 3;
 
+// Below this, a made-up password and an unusual word look alike (see TokenRandomness.h).
 constexpr qsizetype kShortestSecret = 12;
-// The usual password-policy bar: three of lower case, upper case, digits and others. Two
-// classes alone are common in ordinary words ("covid19", "state-of-the-art").
-constexpr int kSecretCharacterClasses = 3;
-// Hex and base64 keys may use only letters and digits; they are long.
-constexpr qsizetype kShortestLetterDigitKey = 20;
 
 const IcuRegex& linkExpression() {
     static const IcuRegex expression(uR"re(https?://[A-Za-z0-9\-._~:/?#\[\]@!$&'()*+,;=%]+)re");
@@ -369,35 +366,15 @@ bool looksLikeIdentifier(QStringView text) {
 bool looksLikeSecret(QStringView text) {
     if (UnicodeText::containsWhiteSpace(text))
         return false;
-    const qsizetype length = UnicodeText::characterCount(text);
-    if (length < kShortestSecret)
+    if (UnicodeText::characterCount(text) < kShortestSecret)
         return false;
     if (hasSecretPrefix(text))
         return true;
+    // An identifier-shaped token is code, not a key, as long as its parts spell words: a run of
+    // random letters has the shape too.
     if (looksLikeIdentifier(text))
-        return false;
-    bool lower = false;
-    bool upper = false;
-    bool digit = false;
-    bool other = false;
-    const auto mixed = [&] {
-        const int classes = int(lower) + int(upper) + int(digit) + int(other);
-        return classes >= kSecretCharacterClasses ||
-               (length >= kShortestLetterDigitKey && (lower || upper) && digit);
-    };
-    UnicodeText::forEachCharacter(text, [&](QStringView character) {
-        const Traits traits = traitsOf(character);
-        if (traits.lower)
-            lower = true;
-        else if (traits.upper)
-            upper = true;
-        else if (traits.digit)
-            digit = true;
-        else
-            other = true; // caseless letters too
-        return !mixed();
-    });
-    return mixed();
+        return !TokenRandomness::identifierReadsAsWords(text);
+    return TokenRandomness::looksRandom(text);
 }
 
 bool isCJK(QStringView character) {

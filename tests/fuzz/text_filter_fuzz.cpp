@@ -1,5 +1,6 @@
 // libFuzzer target: every text rule and the capture chain on arbitrary UTF-8.
 #include "core/CaptureFilter.h"
+#include "core/KeyMaterial.h"
 #include "core/TextFilter.h"
 #include "core/UnicodeText.h"
 
@@ -60,17 +61,23 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     for (const auto channel :
          {CaptureFilter::Channel::clipboard, CaptureFilter::Channel::onDemand}) {
         const CaptureFilter::Capture capture{text, channel, false, true};
+        const auto reasonOf = [](const std::optional<CaptureFilter::Refusal>& refusal) {
+            return refusal ? std::optional(refusal->reason) : std::nullopt;
+        };
         const auto strict = CaptureFilter::firstRejection(capture, {}, std::nullopt, now);
         const auto lenient = CaptureFilter::firstRejection(capture, everything, std::nullopt, now);
         // The setting only ever lets copied text through, and only for ignorable reasons.
         if (channel == CaptureFilter::Channel::clipboard)
-            require(!lenient || !TextFilter::ignorable().contains(*lenient));
+            require(!lenient || !TextFilter::ignorable().contains(lenient->reason));
         else
             require(lenient == strict);
-        const auto repeated = CaptureFilter::firstRejection(capture, {}, previous, now);
-        require(!repeated || *repeated <= RejectReason::duplicate || repeated == strict);
-        require(CaptureFilter::firstRejection({text, channel, true}, {}, std::nullopt, now)
-                    .value_or(RejectReason::duplicate) <= RejectReason::concealed);
+        // Whatever the reason, a text holding key material is never kept.
+        require(!strict || strict->keepsNoCopy() || !KeyMaterial::foundIn(text));
+        const auto repeated = reasonOf(CaptureFilter::firstRejection(capture, {}, previous, now));
+        require(!repeated || *repeated <= RejectReason::duplicate || repeated == reasonOf(strict));
+        require(
+            reasonOf(CaptureFilter::firstRejection({text, channel, true}, {}, std::nullopt, now))
+                .value_or(RejectReason::duplicate) <= RejectReason::concealed);
     }
     return 0;
 }

@@ -13,7 +13,8 @@ std::optional<RejectReason> check(const CaptureFilter::Capture& capture,
                                   CaptureFilter::Settings settings = {},
                                   qint64 previousMsAgo = 59'900) {
     const PreviousQuery previous{u"carry on"_s, kNow.addMSecs(-previousMsAgo)};
-    return CaptureFilter::firstRejection(capture, settings, previous, kNow);
+    const auto refusal = CaptureFilter::firstRejection(capture, settings, previous, kNow);
+    return refusal ? std::optional(refusal->reason) : std::nullopt;
 }
 
 // English prose of exactly `length` characters that passes every text rule.

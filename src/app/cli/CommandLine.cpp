@@ -56,8 +56,8 @@ void printRefusal(RejectReason reason, const TextInvocation& invocation) {
 }
 
 int check(const TextInvocation& invocation) {
-    if (const auto reason = firstRejection(invocation.text)) {
-        printRefusal(*reason, invocation);
+    if (const auto refusal = firstRejection(invocation.text)) {
+        printRefusal(refusal->reason, invocation);
         return refused;
     }
     print(TextFilter::kind(invocation.text), invocation.json);
@@ -67,12 +67,12 @@ int check(const TextInvocation& invocation) {
 int lookup(const TextInvocation& invocation) {
     EventLog& log = EventLog::shared();
     const QString& text = invocation.text;
-    if (const auto reason = firstRejection(text)) {
-        QString content = kFeature + u"｜"_s + RejectReasons::description(*reason);
-        if (!RejectReasons::keepsNoCopy(*reason) && *reason != RejectReason::empty)
+    if (const auto refusal = firstRejection(text)) {
+        QString content = kFeature + u"｜"_s + RejectReasons::description(refusal->reason);
+        if (!refusal->keepsNoCopy())
             content += u"｜"_s + EventLog::privateSegment(UnicodeText::trimmed(text));
         log.append(EventLog::Kind::reject, content);
-        printRefusal(*reason, invocation);
+        printRefusal(refusal->reason, invocation);
         return refused;
     }
     const bool isWord = TextFilter::kind(text) == QueryKind::word;
@@ -248,7 +248,7 @@ std::optional<int> unsavedChanges() {
     return refused;
 }
 
-std::optional<RejectReason> firstRejection(const QString& text) {
+std::optional<CaptureFilter::Refusal> firstRejection(const QString& text) {
     // A one-shot process has no previous query, so the duplicate rule never fires here.
     return CaptureFilter::firstRejection(
         CaptureFilter::Capture{.text = text, .channel = CaptureFilter::Channel::onDemand},

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/CaptureFilter.h"
 #include "core/RejectReason.h"
 
 #include <QString>
@@ -46,6 +47,6 @@ std::variant<TextInvocation, QString> parseText(const QStringList& arguments);
 // reported as done only once it is.
 std::optional<int> unsavedChanges();
 // The filter's verdict on a text asked for on the command line, as on a selection.
-std::optional<RejectReason> firstRejection(const QString& text);
+std::optional<CaptureFilter::Refusal> firstRejection(const QString& text);
 
 } // namespace CommandLine

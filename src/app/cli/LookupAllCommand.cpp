@@ -19,9 +19,9 @@ int run(const CommandLine::TextInvocation& invocation) {
     // The same refusals as an ordinary lookup, so nothing is read that would not be.
     if (const auto rejection = CommandLine::firstRejection(invocation.text)) {
         if (invocation.json)
-            Output::line(stdout, ResultRendering::json(*rejection, invocation.text));
+            Output::line(stdout, ResultRendering::json(rejection->reason, invocation.text));
         else
-            Output::line(stdout, ResultRendering::plain(*rejection, invocation.text));
+            Output::line(stdout, ResultRendering::plain(rejection->reason, invocation.text));
         return CommandLine::refused;
     }
     const QString term = UnicodeText::trimmed(invocation.text);

@@ -1,0 +1,358 @@
+#include "core/CodeShape.h"
+
+#include "core/UnicodeText.h"
+
+#include <QList>
+#include <algorithm>
+
+namespace CodeShape {
+namespace {
+
+// Directives after "#" at a line's start.
+constexpr QStringView kDirectives[] = {u"include", u"define", u"if",   u"ifdef",  u"ifndef",
+                                       u"endif",   u"else",   u"elif", u"pragma", u"undef",
+                                       u"error",   u"import", u"!"};
+// Lower-case words that open a statement. Alone they are weak evidence: prose has them too.
+constexpr QStringView kStatementWords[] = {
+    u"return",    u"if",      u"elif",    u"else",     u"for",      u"while",   u"try",
+    u"except",    u"finally", u"with",    u"import",   u"from",     u"def",     u"class",
+    u"raise",     u"yield",   u"pass",    u"break",    u"continue", u"fi",      u"done",
+    u"esac",      u"then",    u"do",      u"end",      u"case",     u"switch",  u"static",
+    u"const",     u"let",     u"var",     u"fn",       u"func",     u"public",  u"private",
+    u"protected", u"void",    u"int",     u"struct",   u"enum",     u"typedef", u"template",
+    u"namespace", u"using",   u"package", u"async",    u"await",    u"lambda",  u"assert",
+    u"del",       u"global",  u"local",   u"function", u"echo",     u"export",  u"unset"};
+// Words that open a statement only in code: a line opening with one is a declaration.
+constexpr QStringView kDeclarationOpeners[] = {u"def", u"elif", u"typedef", u"namespace",
+                                               u"fn",  u"func", u"struct",  u"enum"};
+// Command names that open a command line; with an option or a path after them they are
+// commands, whatever follows.
+constexpr QStringView kCommands[] = {
+    u"git",        u"sudo",    u"apt",    u"apt-get", u"dpkg",       u"npm",     u"npx",
+    u"yarn",       u"pnpm",    u"pip",    u"pip3",    u"python",     u"python3", u"node",
+    u"docker",     u"kubectl", u"cargo",  u"rustc",   u"gcc",        u"g++",     u"clang",
+    u"cmake",      u"ctest",   u"make",   u"ls",      u"cd",         u"cp",      u"mv",
+    u"rm",         u"mkdir",   u"rmdir",  u"chmod",   u"chown",      u"ln",      u"cat",
+    u"grep",       u"sed",     u"awk",    u"find",    u"curl",       u"wget",    u"ssh",
+    u"scp",        u"rsync",   u"tar",    u"unzip",   u"zip",        u"brew",    u"systemctl",
+    u"journalctl", u"export",  u"source", u"bash",    u"sh",         u"zsh",     u"vim",
+    u"nano",       u"less",    u"head",   u"tail",    u"touch",      u"which",   u"kill",
+    u"ps",         u"tmux",    u"conda",  u"gradle",  u"mvn",        u"javac",   u"java",
+    u"go",         u"echo",    u"printf", u"export",  u"ssh-keygen", u"openssl", u"gpg",
+    u"crontab",    u"sort",    u"uniq",   u"xargs",   u"diff",       u"patch",   u"du",
+    u"df",         u"mount",   u"ip",     u"ping"};
+// Commands that no English sentence opens with, lower case: enough on their own with an
+// argument.
+constexpr QStringView kUnmistakableCommands[] = {
+    u"git",     u"sudo",       u"apt",     u"apt-get", u"dpkg",      u"npm",        u"npx",
+    u"pip",     u"pip3",       u"docker",  u"kubectl", u"cargo",     u"cmake",      u"chmod",
+    u"chown",   u"mkdir",      u"grep",    u"sed",     u"awk",       u"curl",       u"wget",
+    u"ssh",     u"scp",        u"rsync",   u"tar",     u"systemctl", u"journalctl", u"ls",
+    u"cd",      u"rm",         u"cp",      u"mv",      u"yarn",      u"pnpm",       u"brew",
+    u"python3", u"ssh-keygen", u"openssl", u"gcc",     u"g++",       u"rustc",      u"javac"};
+constexpr QStringView kSqlOpeners[] = {u"SELECT", u"INSERT", u"UPDATE", u"DELETE",
+                                       u"CREATE", u"DROP",   u"ALTER",  u"WITH"};
+constexpr QStringView kSqlClauses[] = {u"FROM",   u"INTO", u"SET",   u"TABLE", u"WHERE",
+                                       u"VALUES", u"JOIN", u"INDEX", u"VIEW",  u"AS"};
+// Operators that stand as tokens of their own in code and never in prose.
+constexpr QStringView kOperators[] = {u"=",  u"==", u"!=", u"<=", u">=",  u"+=",  u"-=", u"*=",
+                                      u"/=", u"&&", u"||", u"=>", u"->",  u"<<",  u">>", u"++",
+                                      u":=", u"|",  u"&",  u"%",  u"===", u"!==", u"::"};
+
+enum class LineKind { neutral, prose, weakCode, code };
+
+template <size_t N> bool isOneOf(QStringView word, const QStringView (&set)[N]) {
+    return std::find(std::begin(set), std::end(set), word) != std::end(set);
+}
+
+bool isWordCharacter(QChar c) {
+    return c.isLetterOrNumber() || c == u'_';
+}
+
+bool isBlank(QChar c) {
+    return c == u' ' || c == u'\t';
+}
+
+QList<QStringView> tokensOf(QStringView line) {
+    QList<QStringView> tokens;
+    qsizetype start = -1;
+    for (qsizetype i = 0; i <= line.size(); ++i) {
+        const bool blank = i == line.size() || UnicodeText::isWhiteSpace(line[i].unicode());
+        if (!blank && start < 0)
+            start = i;
+        if (blank && start >= 0) {
+            tokens.append(line.sliced(start, i - start));
+            start = -1;
+        }
+    }
+    return tokens;
+}
+
+QStringView withoutTrailingPunctuation(QStringView token) {
+    while (!token.isEmpty() && QStringView(u".,;:!?\"')").contains(token.back()))
+        token.chop(1);
+    return token;
+}
+
+QStringView withoutWrapping(QStringView token) {
+    while (!token.isEmpty() && QStringView(u"(\"'\u201C\u2018").contains(token.front()))
+        token = token.sliced(1);
+    return withoutTrailingPunctuation(token);
+}
+
+// A word of prose: letters, with inner hyphens and apostrophes, at least two letters.
+bool isProseWord(QStringView token) {
+    token = withoutWrapping(token);
+    if (token.size() < 2)
+        return false;
+    for (QChar c : token) {
+        if (!(c.isLetter() || c == u'-' || c == u'\'' || c == u'\u2019'))
+            return false;
+    }
+    return token.front().isLetter();
+}
+
+// A token only code is made of: a call, an index, a template, scope or member arrows, braces,
+// an inner semicolon, snake_case or camelCase names, shell variables, options, operators.
+bool isCodeToken(QStringView token) {
+    if (isOneOf(token, kOperators))
+        return true;
+    const QStringView core = withoutTrailingPunctuation(token);
+    if (core.isEmpty())
+        return false;
+    if (core.size() >= 2 && core.front() == u'-' && (core[1].isLetter() || core[1] == u'-') &&
+        !(core.size() >= 2 && core[1] == u'-' && core.size() == 2))
+        return true; // -v, --force
+    if (core.size() >= 2 && core.front() == u'$' &&
+        (core[1].isLetter() || core[1] == u'{' || core[1] == u'_' || core[1] == u'('))
+        return true;
+    bool lowerBefore = false;
+    for (qsizetype i = 0; i < core.size(); ++i) {
+        const QChar c = core[i];
+        const QChar previous = i > 0 ? core[i - 1] : QChar();
+        const QChar next = i + 1 < core.size() ? core[i + 1] : QChar();
+        if (c == u'{' || c == u'}' || c == u';')
+            return true;
+        if ((c == u'(' || c == u'[' || c == u'<') && i > 0 && isWordCharacter(previous))
+            return true; // f(x), a[i], vector<int>
+        if ((c == u':' && next == u':') || (c == u'-' && next == u'>') ||
+            (c == u'=' && i > 0 && next != QChar()))
+            return true;
+        if (c == u'_' && i > 0 && previous.isLetterOrNumber() && next.isLetter())
+            return true;
+        if (c.isUpper() && lowerBefore && i > 1)
+            return true; // camelCase, past an initial like "iPhone"
+        if (c == u'.' && previous.isLower() && next.isLower() && i + 2 < core.size() &&
+            core.sliced(i + 1).contains(u'('))
+            return true; // obj.method(
+        lowerBefore = c.isLower();
+    }
+    return false;
+}
+
+// A single token that only code is made of: braces, a statement's end, a call or an index, a
+// template, a scope. Options and names alone ("--help", "getUserName") are words to look up.
+bool isStatementToken(QStringView token) {
+    for (qsizetype i = 0; i < token.size(); ++i) {
+        const QChar c = token[i];
+        const QChar next = i + 1 < token.size() ? token[i + 1] : QChar();
+        if (c == u'{' || c == u'}' || (c == u';' && i > 0))
+            return true;
+        if ((c == u'(' || c == u'[' || c == u'<') && i > 0 && isWordCharacter(token[i - 1]))
+            return true;
+        if ((c == u':' && next == u':') || (c == u'-' && next == u'>'))
+            return true;
+    }
+    return false;
+}
+
+bool startsWithWord(QStringView line, QStringView word) {
+    return line.startsWith(word) &&
+           (line.size() == word.size() || !isWordCharacter(line[word.size()]));
+}
+
+bool isComment(QStringView line) {
+    if (line.startsWith(u"//") || line.startsWith(u"/*") || line.startsWith(u"*/") ||
+        line.startsWith(u"<!--"))
+        return true;
+    if (line.startsWith(u'*') && (line.size() == 1 || line[1] == u' ' || line[1] == u'/'))
+        return true;
+    if (line.startsWith(u"--") && (line.size() == 2 || line[2] == u' '))
+        return true;
+    if (line.startsWith(u'#') && (line.size() == 1 || line[1] == u' ' || line[1] == u'#'))
+        return true;
+    return line == u"\"\"\"" || line == u"'''";
+}
+
+bool isDirective(QStringView line) {
+    if (!line.startsWith(u'#'))
+        return false;
+    const QStringView rest = line.sliced(1);
+    return std::any_of(
+        std::begin(kDirectives), std::end(kDirectives), [rest](QStringView directive) {
+            return startsWithWord(rest, directive) || (directive == u"!" && rest.startsWith(u"!/"));
+        });
+}
+
+bool isOnlyBrackets(QStringView line) {
+    return std::all_of(line.begin(), line.end(),
+                       [](QChar c) { return QStringView(u"{}()[];, ").contains(c); });
+}
+
+bool endsSentence(QStringView line) {
+    if (line.endsWith(u"...") || line.endsWith(u"\u2026"))
+        return false;
+    return line.endsWith(u'.') || line.endsWith(u'!') || line.endsWith(u'?') ||
+           line.endsWith(u".\"") || line.endsWith(u"!\"") || line.endsWith(u"?\"");
+}
+
+bool isPrompt(QStringView line) {
+    if (line.startsWith(u"$ ") || line.startsWith(u">>> ") || line.startsWith(u"PS ") ||
+        line.startsWith(u"C:\\>"))
+        return !line.startsWith(u"PS ") || line.contains(u":\\");
+    // user@host:~/src$ make
+    const qsizetype dollar = line.indexOf(u"$ ");
+    const qsizetype at = line.indexOf(u'@');
+    const qsizetype colon = line.indexOf(u':');
+    return dollar > 0 && at > 0 && at < colon && colon < dollar &&
+           !line.first(dollar).contains(u' ');
+}
+
+bool isCommandLine(const QList<QStringView>& tokens) {
+    if (tokens.size() < 2 || !isOneOf(tokens[0], kCommands))
+        return false;
+    const QStringView argument = tokens[1];
+    const bool technicalArgument = argument.startsWith(u'-') || argument.contains(u'/') ||
+                                   argument.contains(u'=') || argument.startsWith(u'~') ||
+                                   argument.startsWith(u'.') || argument.startsWith(u'$') ||
+                                   argument.startsWith(u'"') || argument.startsWith(u'\'');
+    return technicalArgument || isOneOf(tokens[0], kUnmistakableCommands);
+}
+
+bool isSql(const QList<QStringView>& tokens) {
+    if (tokens.size() < 3)
+        return false;
+    const bool upperOpener = isOneOf(tokens[0], kSqlOpeners);
+    QString opener = tokens[0].toString().toUpper();
+    if (!upperOpener && !isOneOf(QStringView(opener), kSqlOpeners))
+        return false;
+    bool clause = false;
+    bool symbol = false;
+    for (qsizetype i = 1; i < tokens.size(); ++i) {
+        const QString upper = withoutTrailingPunctuation(tokens[i]).toString().toUpper();
+        clause = clause || (isOneOf(QStringView(upper), kSqlClauses) &&
+                            (!upperOpener || upper == withoutTrailingPunctuation(tokens[i])));
+        symbol = symbol || tokens[i].contains(u'*') || tokens[i].contains(u'=') ||
+                 tokens[i].contains(u',') || tokens[i].contains(u';') || tokens[i].contains(u'(');
+    }
+    // "Select the best from the list" has the words but neither capitals nor symbols.
+    return clause && (upperOpener || symbol);
+}
+
+// NAME = value, self.size += 1, FOO=bar: an identifier on the left of an assignment.
+bool isAssignment(QStringView line) {
+    qsizetype i = 0;
+    if (i >= line.size() || !(line[i].isLetter() || line[i] == u'_' || line[i] == u'$'))
+        return false;
+    while (i < line.size() &&
+           (isWordCharacter(line[i]) || QStringView(u".[]'\"$>-").contains(line[i])))
+        ++i;
+    while (i < line.size() && isBlank(line[i]))
+        ++i;
+    if (i < line.size() && QStringView(u"+-*/%|&^:.").contains(line[i]))
+        ++i;
+    if (i + 1 >= line.size() || line[i] != u'=' || line[i + 1] == u'=')
+        return false;
+    return true;
+}
+
+LineKind classify(QStringView line, bool indented) {
+    if (isComment(line))
+        return LineKind::neutral;
+    if (isDirective(line) || isOnlyBrackets(line) || line.endsWith(u'{') || isPrompt(line))
+        return LineKind::code;
+    const QList<QStringView> tokens = tokensOf(line);
+    if (tokens.isEmpty())
+        return LineKind::neutral;
+    if (isCommandLine(tokens) || isSql(tokens) || isAssignment(line))
+        return LineKind::code;
+    qsizetype codeTokens = 0;
+    qsizetype proseWords = 0;
+    for (QStringView token : tokens) {
+        if (isCodeToken(token))
+            ++codeTokens;
+        else if (isProseWord(token))
+            ++proseWords;
+    }
+    const QStringView first = tokens.front();
+    if (isOneOf(first, kDeclarationOpeners) && codeTokens > 0)
+        return LineKind::code;
+    if (line.endsWith(u';') && (codeTokens * 2 >= proseWords || proseWords <= 1))
+        return LineKind::code;
+    const bool sentence = first.front().isUpper() && endsSentence(line);
+    if (codeTokens > 0 && codeTokens * 2 > proseWords && !sentence)
+        return LineKind::code;
+    if (!endsSentence(line) &&
+        (isOneOf(first, kStatementWords) || line.endsWith(u':') || line.endsWith(u',') ||
+         line.endsWith(u'(') || codeTokens > 0 || (indented && first.front().isLower())))
+        return LineKind::weakCode;
+    return LineKind::prose;
+}
+
+qsizetype indentOf(QStringView line) {
+    qsizetype width = 0;
+    for (QChar c : line) {
+        if (c == u' ')
+            ++width;
+        else if (c == u'\t')
+            width += 4;
+        else
+            break;
+    }
+    return width;
+}
+
+} // namespace
+
+bool looksLikeCode(QStringView text) {
+    if (!UnicodeText::containsWhiteSpace(text))
+        return isStatementToken(text);
+    QList<QStringView> lines;
+    qsizetype start = 0;
+    for (qsizetype i = 0; i <= text.size(); ++i) {
+        if (i < text.size() && !UnicodeText::isLineBreak(text[i].unicode()))
+            continue;
+        lines.append(text.sliced(start, i - start));
+        start = i + 1;
+    }
+    qsizetype leastIndent = -1;
+    for (QStringView line : lines) {
+        if (!UnicodeText::trimmedOfBlanks(line).isEmpty())
+            leastIndent = leastIndent < 0 ? indentOf(line) : std::min(leastIndent, indentOf(line));
+    }
+    qsizetype code = 0;
+    qsizetype weak = 0;
+    qsizetype prose = 0;
+    for (QStringView line : lines) {
+        const QStringView content = UnicodeText::trimmedOfBlanks(line);
+        if (content.isEmpty())
+            continue;
+        switch (classify(content, indentOf(line) > leastIndent)) {
+        case LineKind::code:
+            ++code;
+            break;
+        case LineKind::weakCode:
+            ++weak;
+            break;
+        case LineKind::prose:
+            ++prose;
+            break;
+        case LineKind::neutral:
+            break;
+        }
+    }
+    // One clear line of code, and the lines that read as code are at least as many as prose.
+    return code > 0 && code + weak >= prose;
+}
+
+} // namespace CodeShape

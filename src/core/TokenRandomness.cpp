@@ -1,0 +1,311 @@
+#include "core/TokenRandomness.h"
+
+#include <unicode/uchar.h>
+#include <vector>
+
+namespace TokenRandomness {
+namespace {
+
+#include "core/LetterPairTable.inc"
+
+// Costs in tenths of a bit.
+constexpr int kUnknownLetterPair = 45; // a letter the table does not know (é, ß, я…)
+constexpr int kDigit = 33;             // log2(10)
+constexpr int kSeparator = 20;
+constexpr int kOtherSign = 60;
+constexpr int kKindChange = 20;
+constexpr int kCasePattern = 10; // Capitalized or ALL CAPS; anything else costs this per letter
+
+// Measured on English words, names and identifiers against random tokens of many alphabets
+// (bench/filter-corpus): the mean surprise of long letter parts, in bits per letter, above
+// which they are not words. Short spellings vary more, hence the allowance that shrinks with
+// length.
+constexpr double kWordSurprise = 5.0;
+constexpr double kShortWordAllowance = 3.5; // bits, spread over the letters
+// Parts of fewer letters are abbreviations ("cfg", "IPV", "hw"); they are judged by number.
+constexpr int kLongPart = 5;
+constexpr int kExtraAbbreviations = 3;
+// Bits per character above which a token that is not identifier-shaped is random.
+constexpr double kRandomBitsPerCharacter = 5.2;
+// Chunks this short between separators are too short to judge ("x86", "gnu", "v2").
+constexpr int kShortChunk = 4;
+constexpr int kUnitLetters = 3; // "256gb", "100mg", "1080p"
+
+enum class Kind { letter, digit, separator, other };
+
+struct Character {
+    Kind kind;
+    int letterIndex; // 1–26 for a–z, -1 for any other letter
+    bool upper;
+    bool lower;
+};
+
+bool isSeparator(char32_t codePoint) {
+    switch (codePoint) {
+    case U'-':
+    case U'_':
+    case U'.':
+    case U'/':
+    case U':':
+    case U'\'':
+    case U'\u2019':
+    case U'\u2010':
+    case U'\u2011':
+    case U'\u2013':
+    case U'\u2014':
+        return true;
+    default:
+        return false;
+    }
+}
+
+Character classify(char32_t codePoint) {
+    if (codePoint < 0x80) {
+        if (codePoint >= U'a' && codePoint <= U'z')
+            return {Kind::letter, int(codePoint - U'a') + 1, false, true};
+        if (codePoint >= U'A' && codePoint <= U'Z')
+            return {Kind::letter, int(codePoint - U'A') + 1, true, false};
+        if (codePoint >= U'0' && codePoint <= U'9')
+            return {Kind::digit, -1, false, false};
+        return {isSeparator(codePoint) ? Kind::separator : Kind::other, -1, false, false};
+    }
+    const auto point = static_cast<UChar32>(codePoint);
+    if (u_isalpha(point))
+        return {Kind::letter, -1, bool(u_isUUppercase(point)), bool(u_isULowercase(point))};
+    if (u_isdigit(point))
+        return {Kind::digit, -1, false, false};
+    if (u_getCombiningClass(point) != 0 || u_hasBinaryProperty(point, UCHAR_EXTENDER))
+        return {Kind::letter, -1, false, false}; // part of the letter before it
+    return {isSeparator(codePoint) ? Kind::separator : Kind::other, -1, false, false};
+}
+
+std::vector<Character> characters(QStringView token) {
+    std::vector<Character> result;
+    result.reserve(size_t(token.size()));
+    for (qsizetype i = 0; i < token.size(); ++i) {
+        char32_t codePoint = token[i].unicode();
+        if (token[i].isHighSurrogate() && i + 1 < token.size() && token[i + 1].isLowSurrogate()) {
+            codePoint = QChar::surrogateToUcs4(token[i], token[i + 1]);
+            ++i;
+        }
+        result.push_back(classify(codePoint));
+    }
+    return result;
+}
+
+// A run of one kind; letter runs also end where a lower-case letter meets an upper-case one
+// ("getName") and before the last capital of a capital run that goes on in lower case
+// ("HTTPServer").
+struct Part {
+    Kind kind;
+    size_t begin;
+    size_t end;
+    size_t size() const { return end - begin; }
+};
+
+std::vector<Part> parts(const std::vector<Character>& chars) {
+    std::vector<Part> result;
+    for (size_t i = 0; i < chars.size(); ++i) {
+        const Character& c = chars[i];
+        const bool continues = !result.empty() && result.back().kind == c.kind &&
+                               c.kind != Kind::separator && c.kind != Kind::other;
+        if (continues && c.kind == Kind::letter) {
+            const Character& before = chars[i - 1];
+            if (before.lower && c.upper) {
+                result.push_back({c.kind, i, i + 1});
+                continue;
+            }
+            if (before.upper && c.lower && result.back().size() >= 2 &&
+                chars[i - 2].upper) { // "HTTPS|erver" becomes "HTTP|Server"
+                --result.back().end;
+                result.push_back({c.kind, i - 1, i + 1});
+                continue;
+            }
+        }
+        if (continues)
+            ++result.back().end;
+        else
+            result.push_back({c.kind, i, i + 1});
+    }
+    return result;
+}
+
+// Tenths of a bit to spell the letters of `part`, word edges included.
+int spellingSurprise(const std::vector<Character>& chars, const Part& part) {
+    int cost = 0;
+    int previous = 0;
+    for (size_t i = part.begin; i < part.end; ++i) {
+        const int letter = chars[i].letterIndex;
+        cost += previous < 0 || letter < 0 ? kUnknownLetterPair : kLetterPairCost[previous][letter];
+        previous = letter;
+    }
+    return cost + (previous < 0 ? kUnknownLetterPair : kLetterPairCost[previous][0]);
+}
+
+int casePatternCost(const std::vector<Character>& chars, const Part& part) {
+    bool allLower = true;
+    bool allUpper = true;
+    bool restLower = true;
+    for (size_t i = part.begin; i < part.end; ++i) {
+        allLower = allLower && !chars[i].upper;
+        allUpper = allUpper && !chars[i].lower;
+        if (i > part.begin)
+            restLower = restLower && !chars[i].upper;
+    }
+    if (allLower || part.size() == 1)
+        return 0;
+    if (allUpper || (chars[part.begin].upper && restLower))
+        return kCasePattern;
+    return kCasePattern * int(part.size());
+}
+
+bool letterPartsReadAsWords(const std::vector<Character>& chars, const std::vector<Part>& all) {
+    int longParts = 0;
+    int abbreviations = 0;
+    int letters = 0;
+    int surprise = 0;
+    for (const Part& part : all) {
+        if (part.kind != Kind::letter)
+            continue;
+        if (part.size() < size_t(kLongPart)) {
+            ++abbreviations;
+            continue;
+        }
+        ++longParts;
+        letters += int(part.size());
+        surprise += spellingSurprise(chars, part);
+    }
+    if (abbreviations > longParts + kExtraAbbreviations)
+        return false;
+    if (longParts == 0)
+        return true;
+    return surprise / 10.0 <= kWordSurprise * letters + kShortWordAllowance;
+}
+
+// Letters then digits in each part, as "utf8String" or "IPv6Address"; a letter part after
+// digits must open with a capital.
+bool identifierShaped(const std::vector<Character>& chars, const std::vector<Part>& all) {
+    if (all.empty() || all.front().kind != Kind::letter)
+        return false;
+    for (size_t i = 0; i < all.size(); ++i) {
+        if (all[i].kind == Kind::other || all[i].kind == Kind::separator)
+            return false;
+        if (i > 0 && all[i].kind == Kind::letter && all[i - 1].kind == Kind::digit &&
+            !chars[all[i].begin].upper)
+            return false;
+    }
+    return true;
+}
+
+// One stretch between separators that is plainly no key: short, a number, a number with a
+// unit, or an identifier that reads as words.
+bool harmlessChunk(const std::vector<Character>& chars, size_t begin, size_t end) {
+    if (end - begin <= size_t(kShortChunk))
+        return true;
+    const std::vector<Character> chunk(chars.begin() + qsizetype(begin),
+                                       chars.begin() + qsizetype(end));
+    const std::vector<Part> chunkParts = parts(chunk);
+    if (chunkParts.size() == 1 && chunkParts.front().kind == Kind::digit)
+        return true;
+    if (chunkParts.size() == 2 && chunkParts[0].kind == Kind::digit &&
+        chunkParts[1].kind == Kind::letter && chunkParts[1].size() <= size_t(kUnitLetters))
+        return true;
+    return identifierShaped(chunk, chunkParts) && letterPartsReadAsWords(chunk, chunkParts);
+}
+
+bool chunksAreHarmless(const std::vector<Character>& chars) {
+    bool separated = false;
+    size_t begin = 0;
+    for (size_t i = 0; i <= chars.size(); ++i) {
+        if (i < chars.size() && chars[i].kind != Kind::separator)
+            continue;
+        separated = separated || i < chars.size();
+        if (i > begin && !harmlessChunk(chars, begin, i))
+            return false;
+        begin = i + 1;
+    }
+    return separated;
+}
+
+bool isHexKey(QStringView token) {
+    bool digit = false;
+    bool lower = false;
+    bool upper = false;
+    for (QChar unit : token) {
+        const char16_t c = unit.unicode();
+        if (c >= u'0' && c <= u'9')
+            digit = true;
+        else if (c >= u'a' && c <= u'f')
+            lower = true;
+        else if (c >= u'A' && c <= u'F')
+            upper = true;
+        else
+            return false;
+    }
+    return digit && (lower != upper);
+}
+
+// The make-up password rules ask for: letters, digits and a sign inside ("correct#horse9").
+// A sign in front opens a hashtag or a handle ("#WorldCup2026", "@reader1984") instead.
+bool mixesLettersDigitsAndSigns(const std::vector<Character>& chars) {
+    bool letter = false;
+    bool digit = false;
+    bool innerSign = false;
+    for (size_t i = 0; i < chars.size(); ++i) {
+        letter = letter || chars[i].kind == Kind::letter;
+        digit = digit || chars[i].kind == Kind::digit;
+        innerSign = innerSign || (i > 0 && chars[i].kind == Kind::other);
+    }
+    return letter && digit && innerSign;
+}
+
+double bitsPerCharacter(const std::vector<Character>& chars) {
+    if (chars.empty())
+        return 0;
+    int cost = 0;
+    const std::vector<Part> all = parts(chars);
+    for (size_t i = 0; i < all.size(); ++i) {
+        const Part& part = all[i];
+        if (i > 0 && all[i - 1].kind != part.kind)
+            cost += kKindChange;
+        switch (part.kind) {
+        case Kind::letter:
+            cost += spellingSurprise(chars, part) + casePatternCost(chars, part);
+            break;
+        case Kind::digit:
+            cost += kDigit * int(part.size());
+            break;
+        case Kind::separator:
+            cost += kSeparator;
+            break;
+        case Kind::other:
+            cost += kOtherSign;
+            break;
+        }
+    }
+    return cost / 10.0 / double(chars.size());
+}
+
+} // namespace
+
+bool identifierReadsAsWords(QStringView token) {
+    const std::vector<Character> chars = characters(token);
+    return letterPartsReadAsWords(chars, parts(chars));
+}
+
+bool looksRandom(QStringView token) {
+    if (isHexKey(token))
+        return true;
+    const std::vector<Character> chars = characters(token);
+    if (mixesLettersDigitsAndSigns(chars))
+        return true;
+    if (chunksAreHarmless(chars))
+        return false;
+    return bitsPerCharacter(chars) >= kRandomBitsPerCharacter;
+}
+
+double bitsPerCharacter(QStringView token) {
+    return bitsPerCharacter(characters(token));
+}
+
+} // namespace TokenRandomness
