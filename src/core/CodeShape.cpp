@@ -54,10 +54,14 @@ constexpr QStringView kSqlOpeners[] = {u"SELECT", u"INSERT", u"UPDATE", u"DELETE
                                        u"CREATE", u"DROP",   u"ALTER",  u"WITH"};
 constexpr QStringView kSqlClauses[] = {u"FROM",   u"INTO", u"SET",   u"TABLE", u"WHERE",
                                        u"VALUES", u"JOIN", u"INDEX", u"VIEW",  u"AS"};
+constexpr QStringView kLowerSqlOpeners[] = {u"select", u"insert", u"update", u"delete"};
+constexpr QStringView kLowerSqlClauses[] = {u"from", u"into", u"set", u"where", u"values"};
 // Operators that stand as tokens of their own in code and never in prose.
-constexpr QStringView kOperators[] = {u"=",  u"==", u"!=", u"<=", u">=",  u"+=",  u"-=", u"*=",
-                                      u"/=", u"&&", u"||", u"=>", u"->",  u"<<",  u">>", u"++",
-                                      u":=", u"|",  u"&",  u"%",  u"===", u"!==", u"::"};
+// A lone "=", "&" or "|" is not among them: prose tables and lists use them ("1 Mole = 007
+// Secret Agents", "Billions & Billions"); an assignment has its own test.
+constexpr QStringView kOperators[] = {u"==", u"!=", u"<=",  u">=",  u"+=", u"-=", u"*=",
+                                      u"/=", u"&&", u"||",  u"=>",  u"->", u"<<", u">>",
+                                      u"++", u":=", u"===", u"!==", u"::"};
 
 enum class LineKind { neutral, prose, weakCode, code };
 
@@ -113,7 +117,8 @@ bool isProseWord(QStringView token) {
 }
 
 // A token only code is made of: a call, an index, a template, scope or member arrows, braces,
-// an inner semicolon, snake_case or camelCase names, shell variables, options, operators.
+// an inner semicolon, snake_case names, shell variables, options, operators. CamelCase alone
+// is no sign: prose is full of names like "PowerPoint" and "McDonald".
 bool isCodeToken(QStringView token) {
     if (isOneOf(token, kOperators))
         return true;
@@ -126,7 +131,9 @@ bool isCodeToken(QStringView token) {
     if (core.size() >= 2 && core.front() == u'$' &&
         (core[1].isLetter() || core[1] == u'{' || core[1] == u'_' || core[1] == u'('))
         return true;
-    bool lowerBefore = false;
+    // Emoticons (";)", ":-)", ";>") are punctuation only.
+    if (std::none_of(core.begin(), core.end(), [](QChar c) { return c.isLetterOrNumber(); }))
+        return false;
     for (qsizetype i = 0; i < core.size(); ++i) {
         const QChar c = core[i];
         const QChar previous = i > 0 ? core[i - 1] : QChar();
@@ -140,12 +147,9 @@ bool isCodeToken(QStringView token) {
             return true;
         if (c == u'_' && i > 0 && previous.isLetterOrNumber() && next.isLetter())
             return true;
-        if (c.isUpper() && lowerBefore && i > 1)
-            return true; // camelCase, past an initial like "iPhone"
         if (c == u'.' && previous.isLower() && next.isLower() && i + 2 < core.size() &&
             core.sliced(i + 1).contains(u'('))
             return true; // obj.method(
-        lowerBefore = c.isLower();
     }
     return false;
 }
@@ -232,21 +236,24 @@ bool isCommandLine(const QList<QStringView>& tokens) {
 bool isSql(const QList<QStringView>& tokens) {
     if (tokens.size() < 3)
         return false;
-    const bool upperOpener = isOneOf(tokens[0], kSqlOpeners);
-    QString opener = tokens[0].toString().toUpper();
-    if (!upperOpener && !isOneOf(QStringView(opener), kSqlOpeners))
+    // In capitals, the keywords are enough.
+    if (isOneOf(tokens[0], kSqlOpeners)) {
+        return std::any_of(tokens.begin() + 1, tokens.end(), [](QStringView token) {
+            return isOneOf(withoutTrailingPunctuation(token), kSqlClauses);
+        });
+    }
+    // In lower case, "select the best from the list" has the words too: a query also has
+    // a star, a comparison, a call or a statement's end.
+    if (!isOneOf(tokens[0], kLowerSqlOpeners))
         return false;
     bool clause = false;
     bool symbol = false;
     for (qsizetype i = 1; i < tokens.size(); ++i) {
-        const QString upper = withoutTrailingPunctuation(tokens[i]).toString().toUpper();
-        clause = clause || (isOneOf(QStringView(upper), kSqlClauses) &&
-                            (!upperOpener || upper == withoutTrailingPunctuation(tokens[i])));
+        clause = clause || isOneOf(withoutTrailingPunctuation(tokens[i]), kLowerSqlClauses);
         symbol = symbol || tokens[i].contains(u'*') || tokens[i].contains(u'=') ||
-                 tokens[i].contains(u',') || tokens[i].contains(u';') || tokens[i].contains(u'(');
+                 tokens[i].contains(u';') || tokens[i].contains(u'(');
     }
-    // "Select the best from the list" has the words but neither capitals nor symbols.
-    return clause && (upperOpener || symbol);
+    return clause && symbol;
 }
 
 // NAME = value, self.size += 1, FOO=bar: an identifier on the left of an assignment.
@@ -271,10 +278,13 @@ LineKind classify(QStringView line, bool indented) {
         return LineKind::neutral;
     if (isDirective(line) || isOnlyBrackets(line) || line.endsWith(u'{') || isPrompt(line))
         return LineKind::code;
-    const QList<QStringView> tokens = tokensOf(line);
-    if (tokens.isEmpty())
+    // Rules, ornaments and stray signs ("* * *", "%", "-- ") say nothing either way.
+    if (std::none_of(line.begin(), line.end(), [](QChar c) { return c.isLetterOrNumber(); }))
         return LineKind::neutral;
-    if (isCommandLine(tokens) || isSql(tokens) || isAssignment(line))
+    const QList<QStringView> tokens = tokensOf(line);
+    // "grep me no patterns and I'll tell you no lines." is a sentence, not a command.
+    const bool sentenceLike = endsSentence(line) && tokens.size() >= 5;
+    if ((isCommandLine(tokens) && !sentenceLike) || isSql(tokens) || isAssignment(line))
         return LineKind::code;
     qsizetype codeTokens = 0;
     qsizetype proseWords = 0;
@@ -351,8 +361,9 @@ bool looksLikeCode(QStringView text) {
             break;
         }
     }
-    // One clear line of code, and the lines that read as code are at least as many as prose.
-    return code > 0 && code + weak >= prose;
+    // Clear lines of code, and the lines that read as code at least as many as prose. One
+    // line of code among prose is a quotation ("the bug is in eye_render_object.c?").
+    return code > 0 && code + weak >= prose && (code >= 2 || prose == 0);
 }
 
 } // namespace CodeShape

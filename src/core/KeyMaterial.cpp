@@ -70,12 +70,14 @@ bool holds(QStringView text, QStringView needle) {
 
 // --- Tokens ---------------------------------------------------------------------------------
 
+// Quotes, brackets, emphasis marks ("*word*", "_word_") and a shell variable's "$" around a
+// token.
 bool isOpening(QChar c) {
-    return QStringView(u"([{<\"'`\u201C\u2018\u00AB").contains(c);
+    return QStringView(u"([{<\"'`*_$\u201C\u2018\u00AB").contains(c);
 }
 
 bool isClosing(QChar c) {
-    return QStringView(u")]}>\"'`\u201D\u2019\u00BB.,;:!?\u2026").contains(c);
+    return QStringView(u")]}>\"'`*_\u201D\u2019\u00BB.,;:!?\u2026").contains(c);
 }
 
 QStringView stripped(QStringView token) {
@@ -86,20 +88,33 @@ QStringView stripped(QStringView token) {
     return token;
 }
 
+// "<7874@jpl-devvax.JPL.NASA.GOV>" in a signature: an address, whatever its case.
+bool isMailAddress(QStringView piece) {
+    const qsizetype at = piece.lastIndexOf(u'@');
+    if (at <= 0)
+        return false;
+    const QStringView domain = piece.sliced(at + 1);
+    const qsizetype dot = domain.lastIndexOf(u'.');
+    return dot > 0 && domain.size() - dot > 2 &&
+           std::all_of(domain.begin() + dot + 1, domain.end(),
+                       [](QChar c) { return c.isLetter(); });
+}
+
 bool isSecretPiece(QStringView piece) {
     piece = stripped(piece);
     // Cheap before exact: both rules need twelve characters, and each takes at least one unit.
     if (piece.size() < 12)
         return false;
-    return !TextFilter::looksLikeURLOrPath(piece) && TextFilter::looksLikeSecret(piece);
+    return !isMailAddress(piece) && !TextFilter::looksLikeURLOrPath(piece) &&
+           TextFilter::looksLikeSecret(piece);
 }
 
 bool isSecretToken(QStringView token) {
-    if (isSecretPiece(token))
-        return true;
-    // The value of `NAME=value` on its own.
+    // `NAME=value`: the name and the value each on their own.
     const qsizetype equals = token.indexOf(u'=');
-    return equals >= 0 && isSecretPiece(token.sliced(equals + 1));
+    if (equals < 0)
+        return isSecretPiece(token);
+    return isSecretPiece(token.first(equals)) || isSecretPiece(token.sliced(equals + 1));
 }
 
 // --- Assignments ----------------------------------------------------------------------------
@@ -272,11 +287,14 @@ bool givesPasswordInWords(const QList<QStringView>& tokens) {
     return false;
 }
 
+// Tokens between white space. Control characters break tokens too: old terminal text
+// underlines with backspaces ("_\b_\bthat") and rings bells.
 QList<QStringView> whiteSpaceTokens(QStringView text) {
     QList<QStringView> tokens;
     qsizetype start = -1;
     for (qsizetype i = 0; i <= text.size(); ++i) {
-        const bool space = i == text.size() || isSpace(text[i]);
+        const bool space =
+            i == text.size() || isSpace(text[i]) || text[i].category() == QChar::Other_Control;
         if (!space && start < 0)
             start = i;
         if (space && start >= 0) {

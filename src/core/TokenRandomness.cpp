@@ -1,5 +1,6 @@
 #include "core/TokenRandomness.h"
 
+#include <algorithm>
 #include <unicode/uchar.h>
 #include <vector>
 
@@ -17,11 +18,11 @@ constexpr int kKindChange = 20;
 constexpr int kCasePattern = 10; // Capitalized or ALL CAPS; anything else costs this per letter
 
 // Measured on English words, names and identifiers against random tokens of many alphabets
-// (bench/filter-corpus): the mean surprise of long letter parts, in bits per letter, above
-// which they are not words. Short spellings vary more, hence the allowance that shrinks with
-// length.
-constexpr double kWordSurprise = 5.0;
-constexpr double kShortWordAllowance = 3.5; // bits, spread over the letters
+// (bench/filter-corpus): the mean surprise of long letter parts, in bits per letter pair
+// (a part's edges count as letters), above which they are not words. Each part gets an
+// allowance too: short words vary more ("yourself" costs 5.0 bits a pair).
+constexpr double kWordSurprise = 4.9;
+constexpr double kPartAllowance = 4.0; // bits
 // Parts of fewer letters are abbreviations ("cfg", "IPV", "hw"); they are judged by number.
 constexpr int kLongPart = 5;
 constexpr int kExtraAbbreviations = 3;
@@ -30,6 +31,10 @@ constexpr double kRandomBitsPerCharacter = 5.2;
 // Chunks this short between separators are too short to judge ("x86", "gnu", "v2").
 constexpr int kShortChunk = 4;
 constexpr int kUnitLetters = 3; // "256gb", "100mg", "1080p"
+constexpr int kRepeatedPart = 3;
+// Chunks are also cut at signs when these are few ("uunet!sugar!karl"); random printable
+// characters are a third signs.
+constexpr int kSignsPerChunkCut = 4; // at most one sign per this many characters
 
 enum class Kind { letter, digit, separator, other };
 
@@ -159,27 +164,70 @@ int casePatternCost(const std::vector<Character>& chars, const Part& part) {
     return kCasePattern * int(part.size());
 }
 
+bool sameLetters(const std::vector<Character>& chars, const Part& a, const Part& b) {
+    if (a.size() != b.size())
+        return false;
+    for (size_t i = 0; i < a.size(); ++i) {
+        const Character& x = chars[a.begin + i];
+        const Character& y = chars[b.begin + i];
+        if (x.letterIndex < 0 || x.letterIndex != y.letterIndex)
+            return false;
+    }
+    return true;
+}
+
+// Random data does not repeat itself: "bwuck-bwuck-bwuck" is one made-up word, said thrice.
+bool repeatsEarlierPart(const std::vector<Character>& chars, const std::vector<Part>& all,
+                        size_t index) {
+    for (size_t i = 0; i < index; ++i) {
+        if (all[i].kind == Kind::letter && sameLetters(chars, all[i], all[index]))
+            return true;
+    }
+    return false;
+}
+
+// "AAAARRRRGGGGHHHH", "noooooooo": a cry, drawn out. Random letters repeat the one before
+// one time in 26.
+bool mostlyDoubled(const std::vector<Character>& chars, const Part& part) {
+    size_t doubled = 0;
+    for (size_t i = part.begin + 1; i < part.end; ++i) {
+        if (chars[i].letterIndex >= 0 && chars[i].letterIndex == chars[i - 1].letterIndex)
+            ++doubled;
+    }
+    return doubled * 2 >= part.size();
+}
+
 bool letterPartsReadAsWords(const std::vector<Character>& chars, const std::vector<Part>& all) {
+    int words = 0;
     int longParts = 0;
     int abbreviations = 0;
     int letters = 0;
     int surprise = 0;
-    for (const Part& part : all) {
+    for (size_t i = 0; i < all.size(); ++i) {
+        const Part& part = all[i];
         if (part.kind != Kind::letter)
             continue;
-        if (part.size() < size_t(kLongPart)) {
+        if (part.size() >= size_t(kRepeatedPart) &&
+            (repeatsEarlierPart(chars, all, i) || mostlyDoubled(chars, part)))
+            return true;
+        const int partSurprise = spellingSurprise(chars, part);
+        if (part.size() >= size_t(kLongPart)) {
+            ++words;
+            ++longParts;
+            letters += int(part.size());
+            surprise += partSurprise;
+        } else if (partSurprise / 10.0 <=
+                   kWordSurprise * double(part.size() + 1) + kPartAllowance) {
+            ++words; // "on-your-own", "TYPE_SIZE": short words, not abbreviations
+        } else {
             ++abbreviations;
-            continue;
         }
-        ++longParts;
-        letters += int(part.size());
-        surprise += spellingSurprise(chars, part);
     }
-    if (abbreviations > longParts + kExtraAbbreviations)
+    if (abbreviations > words + kExtraAbbreviations)
         return false;
-    if (longParts == 0)
+    if (letters == 0)
         return true;
-    return surprise / 10.0 <= kWordSurprise * letters + kShortWordAllowance;
+    return surprise / 10.0 <= kWordSurprise * (letters + longParts) + kPartAllowance * longParts;
 }
 
 // Letters then digits in each part, as "utf8String" or "IPv6Address"; a letter part after
@@ -214,10 +262,16 @@ bool harmlessChunk(const std::vector<Character>& chars, size_t begin, size_t end
 }
 
 bool chunksAreHarmless(const std::vector<Character>& chars) {
+    const auto signs = std::count_if(chars.begin(), chars.end(),
+                                     [](const Character& c) { return c.kind == Kind::other; });
+    const bool cutAtSigns = signs * kSignsPerChunkCut <= qsizetype(chars.size());
+    const auto cuts = [cutAtSigns](const Character& c) {
+        return c.kind == Kind::separator || (cutAtSigns && c.kind == Kind::other);
+    };
     bool separated = false;
     size_t begin = 0;
     for (size_t i = 0; i <= chars.size(); ++i) {
-        if (i < chars.size() && chars[i].kind != Kind::separator)
+        if (i < chars.size() && !cuts(chars[i]))
             continue;
         separated = separated || i < chars.size();
         if (i > begin && !harmlessChunk(chars, begin, i))
@@ -246,15 +300,18 @@ bool isHexKey(QStringView token) {
 }
 
 // The make-up password rules ask for: letters, digits and a sign inside ("correct#horse9").
-// A sign in front opens a hashtag or a handle ("#WorldCup2026", "@reader1984") instead.
-bool mixesLettersDigitsAndSigns(const std::vector<Character>& chars) {
+// Only the signs such rules suggest count: "=", "^", "@", commas and brackets make
+// assignments, formulas, addresses and lists ("goose_level=-2323", "X^2-Y^2=XY",
+// "RWC102@PSUVM", "(13,2,'hike')"). A sign in front opens a hashtag ("#WorldCup2026").
+bool mixesLettersDigitsAndSigns(QStringView token) {
     bool letter = false;
     bool digit = false;
     bool innerSign = false;
-    for (size_t i = 0; i < chars.size(); ++i) {
-        letter = letter || chars[i].kind == Kind::letter;
-        digit = digit || chars[i].kind == Kind::digit;
-        innerSign = innerSign || (i > 0 && chars[i].kind == Kind::other);
+    for (qsizetype i = 0; i < token.size(); ++i) {
+        const QChar c = token[i];
+        letter = letter || c.isLetter();
+        digit = digit || (c >= u'0' && c <= u'9');
+        innerSign = innerSign || (i > 0 && QStringView(u"!#$%&*?~+").contains(c));
     }
     return letter && digit && innerSign;
 }
@@ -296,9 +353,13 @@ bool identifierReadsAsWords(QStringView token) {
 bool looksRandom(QStringView token) {
     if (isHexKey(token))
         return true;
-    const std::vector<Character> chars = characters(token);
-    if (mixesLettersDigitsAndSigns(chars))
+    if (mixesLettersDigitsAndSigns(token))
         return true;
+    const std::vector<Character> chars = characters(token);
+    // Rules and ornaments ("===============") and numbers are no keys.
+    if (std::none_of(chars.begin(), chars.end(),
+                     [](const Character& c) { return c.kind == Kind::letter; }))
+        return false;
     if (chunksAreHarmless(chars))
         return false;
     return bitsPerCharacter(chars) >= kRandomBitsPerCharacter;
