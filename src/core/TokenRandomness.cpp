@@ -23,18 +23,30 @@ constexpr int kCasePattern = 10; // Capitalized or ALL CAPS; anything else costs
 // allowance too: short words vary more ("yourself" costs 5.0 bits a pair).
 constexpr double kWordSurprise = 4.9;
 constexpr double kPartAllowance = 4.0; // bits
+// The parts cut off by case changes and digits together, abbreviations too, in bits per letter
+// pair: "getElementById" costs 3.8, "XMLHttpRequest" 5.2, random capitals and small letters
+// 5.9 (99 % above 4.8).
+constexpr double kPartsSurprise = 5.3;
 // Parts of fewer letters are abbreviations ("cfg", "IPV", "hw"); they are judged by number.
 constexpr int kLongPart = 5;
 constexpr int kExtraAbbreviations = 3;
+constexpr size_t kExtraAbbreviationLetters = 4; // "AES256GCMMode" has 6 to "Mode"'s 4
+// Changes of case cut random letters into bits ("LeXSyYVgsn" is Le|X|Sy|Y|Vgsn); an
+// identifier has few parts of one or two letters ("getElementById", "iPhone").
+constexpr int kTinyPart = 2;
+constexpr size_t kTinyShare = 3; // at most one letter in this many in tiny parts
 // Bits per character above which a token that is not identifier-shaped is random.
 constexpr double kRandomBitsPerCharacter = 5.2;
 // Chunks this short between separators are too short to judge ("x86", "gnu", "v2").
 constexpr int kShortChunk = 4;
 constexpr int kUnitLetters = 3; // "256gb", "100mg", "1080p"
 constexpr int kRepeatedPart = 3;
-// Chunks are also cut at signs when these are few ("uunet!sugar!karl"); random printable
-// characters are a third signs.
-constexpr int kSignsPerChunkCut = 4; // at most one sign per this many characters
+constexpr int kDrawnOutPart = 4;
+constexpr int kNumbersInWords = 2;
+constexpr int kDigitsInWords = 4;
+// Only a token with few cuts is judged chunk by chunk ("uunet!sugar!karl",
+// "4x4-off-road-vehicle"); random printable characters are a third signs.
+constexpr int kCharactersPerCut = 5; // at least this many characters per separator or sign
 
 enum class Kind { letter, digit, separator, other };
 
@@ -186,8 +198,8 @@ bool repeatsEarlierPart(const std::vector<Character>& chars, const std::vector<P
     return false;
 }
 
-// "AAAARRRRGGGGHHHH", "noooooooo": a cry, drawn out. Random letters repeat the one before
-// one time in 26.
+// "AAAARRRRGGGGHHHH", "noooooooo": a cry, drawn out, when it makes most of the token. Random
+// letters repeat the one before one time in 26.
 bool mostlyDoubled(const std::vector<Character>& chars, const Part& part) {
     size_t doubled = 0;
     for (size_t i = part.begin + 1; i < part.end; ++i) {
@@ -197,33 +209,69 @@ bool mostlyDoubled(const std::vector<Character>& chars, const Part& part) {
     return doubled * 2 >= part.size();
 }
 
+// A part set off by separators or the token's ends ("do-it-yourself"), not by a change of
+// case or a digit as the parts of random data are.
+bool betweenSeparators(const std::vector<Part>& all, size_t index) {
+    const bool openEdge = index == 0 || all[index - 1].kind == Kind::separator;
+    const bool closeEdge = index + 1 == all.size() || all[index + 1].kind == Kind::separator;
+    return openEdge && closeEdge;
+}
+
 bool letterPartsReadAsWords(const std::vector<Character>& chars, const std::vector<Part>& all) {
+    size_t allLetters = 0;
+    size_t wordLetters = 0;
+    size_t abbreviationLetters = 0;
+    size_t tinyLetters = 0; // in parts of one or two letters cut off by case changes
     int words = 0;
     int longParts = 0;
     int abbreviations = 0;
     int letters = 0;
     int surprise = 0;
+    int digitRuns = 0; // "x86_64" has two; random capitals and digits have more
+    // Parts cut off by changes of case or digits, where random data falls apart.
+    int cutParts = 0;
+    size_t cutLetters = 0;
+    int cutSurprise = 0;
     for (size_t i = 0; i < all.size(); ++i) {
         const Part& part = all[i];
+        digitRuns += part.kind == Kind::digit ? 1 : 0;
         if (part.kind != Kind::letter)
             continue;
-        if (part.size() >= size_t(kRepeatedPart) &&
-            (repeatsEarlierPart(chars, all, i) || mostlyDoubled(chars, part)))
+        if (part.size() >= size_t(kRepeatedPart) && betweenSeparators(all, i) &&
+            repeatsEarlierPart(chars, all, i))
             return true;
+        if (part.size() >= size_t(kDrawnOutPart) && part.size() * 2 >= chars.size() &&
+            mostlyDoubled(chars, part))
+            return true;
+        allLetters += part.size();
+        if (part.size() <= size_t(kTinyPart) && !betweenSeparators(all, i))
+            tinyLetters += part.size();
         const int partSurprise = spellingSurprise(chars, part);
+        if (!betweenSeparators(all, i)) {
+            ++cutParts;
+            cutLetters += part.size();
+            cutSurprise += partSurprise;
+        }
         if (part.size() >= size_t(kLongPart)) {
             ++words;
             ++longParts;
+            wordLetters += part.size();
             letters += int(part.size());
             surprise += partSurprise;
-        } else if (partSurprise / 10.0 <=
-                   kWordSurprise * double(part.size() + 1) + kPartAllowance) {
+        } else if (betweenSeparators(all, i) ||
+                   partSurprise / 10.0 <= kWordSurprise * double(part.size() + 1)) {
             ++words; // "on-your-own", "TYPE_SIZE": short words, not abbreviations
+            wordLetters += part.size();
         } else {
             ++abbreviations;
+            abbreviationLetters += part.size();
         }
     }
-    if (abbreviations > words + kExtraAbbreviations)
+    if (digitRuns > kNumbersInWords || abbreviations > words + kExtraAbbreviations ||
+        abbreviationLetters > wordLetters + kExtraAbbreviationLetters ||
+        tinyLetters * kTinyShare > allLetters ||
+        (cutLetters >= size_t(kLongPart) &&
+         cutSurprise / 10.0 > kPartsSurprise * double(cutLetters + size_t(cutParts))))
         return false;
     if (letters == 0)
         return true;
@@ -258,16 +306,30 @@ bool harmlessChunk(const std::vector<Character>& chars, size_t begin, size_t end
     if (chunkParts.size() == 2 && chunkParts[0].kind == Kind::digit &&
         chunkParts[1].kind == Kind::letter && chunkParts[1].size() <= size_t(kUnitLetters))
         return true;
-    return identifierShaped(chunk, chunkParts) && letterPartsReadAsWords(chunk, chunkParts);
+    if (identifierShaped(chunk, chunkParts))
+        return letterPartsReadAsWords(chunk, chunkParts);
+    // Words around a number or two: "sha256sum", "mp3player", "libqt6core".
+    int digitRuns = 0;
+    size_t digits = 0;
+    for (const Part& part : chunkParts) {
+        if (part.kind == Kind::other)
+            return false;
+        if (part.kind == Kind::digit) {
+            ++digitRuns;
+            digits += part.size();
+        }
+    }
+    return digitRuns <= kNumbersInWords && digits <= size_t(kDigitsInWords) &&
+           letterPartsReadAsWords(chunk, chunkParts);
 }
 
 bool chunksAreHarmless(const std::vector<Character>& chars) {
-    const auto signs = std::count_if(chars.begin(), chars.end(),
-                                     [](const Character& c) { return c.kind == Kind::other; });
-    const bool cutAtSigns = signs * kSignsPerChunkCut <= qsizetype(chars.size());
-    const auto cuts = [cutAtSigns](const Character& c) {
-        return c.kind == Kind::separator || (cutAtSigns && c.kind == Kind::other);
+    const auto cuts = [](const Character& c) {
+        return c.kind == Kind::separator || c.kind == Kind::other;
     };
+    if (std::count_if(chars.begin(), chars.end(), cuts) * kCharactersPerCut >
+        qsizetype(chars.size()))
+        return false;
     bool separated = false;
     size_t begin = 0;
     for (size_t i = 0; i <= chars.size(); ++i) {
