@@ -38,9 +38,11 @@ struct Verdict {
 // The only call into the filter.
 Verdict judge(const QString& text, const QDateTime& now) {
     const CaptureFilter::Capture capture{text, CaptureFilter::Channel::clipboard};
-    const std::optional<RejectReason> reason =
+    const std::optional<CaptureFilter::Refusal> refusal =
         CaptureFilter::firstRejection(capture, CaptureFilter::Settings{}, std::nullopt, now);
-    return {reason, reason == RejectReason::secretLike};
+    if (!refusal)
+        return {std::nullopt, false};
+    return {refusal->reason, refusal->keepsNoCopy()};
 }
 
 struct Tally {

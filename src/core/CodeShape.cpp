@@ -63,6 +63,11 @@ constexpr QStringView kOperators[] = {u"==", u"!=", u"<=",  u">=",  u"+=", u"-="
                                       u"/=", u"&&", u"||",  u"=>",  u"->", u"<<", u">>",
                                       u"++", u":=", u"===", u"!==", u"::"};
 
+// Lines that are a label of their own in code.
+constexpr QStringView kLabels[] = {
+    u"public:", u"private:", u"protected:", u"default:", u"else:", u"try:", u"finally:", u"do",
+    u"done",    u"fi",       u"esac",       u"then",     u"else",  u"end",  u"pass",     u"break;"};
+
 enum class LineKind { neutral, prose, weakCode, code };
 
 template <size_t N> bool isOneOf(QStringView word, const QStringView (&set)[N]) {
@@ -147,6 +152,8 @@ bool isCodeToken(QStringView token) {
             return true;
         if (c == u'_' && i > 0 && previous.isLetterOrNumber() && next.isLetter())
             return true;
+        if (i == 0 && (c == u'*' || c == u'&') && next.isLetter() && !core.sliced(1).contains(c))
+            return true; // *pointer, &reference (not *emphasis*)
         if (c == u'.' && previous.isLower() && next.isLower() && i + 2 < core.size() &&
             core.sliced(i + 1).contains(u'('))
             return true; // obj.method(
@@ -273,10 +280,26 @@ bool isAssignment(QStringView line) {
     return true;
 }
 
+// What a line holds before a comment that follows code: "int qlen;  /* queue length */",
+// "x = 1  # count", "Value *S,  ///< the pointer".
+QStringView withoutTrailingComment(QStringView line) {
+    for (qsizetype i = 1; i + 1 < line.size(); ++i) {
+        const bool slashes = line[i] == u'/' && (line[i + 1] == u'/' || line[i + 1] == u'*');
+        const bool hash = line[i] == u'#' && line[i + 1] == u' ';
+        if ((slashes || hash) && isBlank(line[i - 1])) {
+            const QStringView code = UnicodeText::trimmedOfBlanks(line.first(i));
+            return code.isEmpty() ? line : code;
+        }
+    }
+    return line;
+}
+
 LineKind classify(QStringView line, bool indented) {
     if (isComment(line))
         return LineKind::neutral;
-    if (isDirective(line) || isOnlyBrackets(line) || line.endsWith(u'{') || isPrompt(line))
+    line = withoutTrailingComment(line);
+    if (isDirective(line) || isOnlyBrackets(line) || line.endsWith(u'{') || line.endsWith(u'(') ||
+        isPrompt(line) || isOneOf(line, kLabels))
         return LineKind::code;
     // Rules, ornaments and stray signs ("* * *", "%", "-- ") say nothing either way.
     if (std::none_of(line.begin(), line.end(), [](QChar c) { return c.isLetterOrNumber(); }))
@@ -297,7 +320,10 @@ LineKind classify(QStringView line, bool indented) {
     const QStringView first = tokens.front();
     if (isOneOf(first, kDeclarationOpeners) && codeTokens > 0)
         return LineKind::code;
-    if (line.endsWith(u';') && (codeTokens * 2 >= proseWords || proseWords <= 1))
+    // "int qlen;", "return x;": short statements. A line of verse opens with a capital
+    // ("Harmony nurtures them;").
+    const bool shortStatement = tokens.size() <= 3 && !line.front().isUpper();
+    if (line.endsWith(u';') && (codeTokens * 2 >= proseWords || shortStatement))
         return LineKind::code;
     const bool sentence = first.front().isUpper() && endsSentence(line);
     if (codeTokens > 0 && codeTokens * 2 > proseWords && !sentence)

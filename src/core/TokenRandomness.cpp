@@ -44,9 +44,10 @@ constexpr int kRepeatedPart = 3;
 constexpr int kDrawnOutPart = 4;
 constexpr int kNumbersInWords = 2;
 constexpr int kDigitsInWords = 4;
-// Only a token with few cuts is judged chunk by chunk ("uunet!sugar!karl",
-// "4x4-off-road-vehicle"); random printable characters are a third signs.
-constexpr int kCharactersPerCut = 5; // at least this many characters per separator or sign
+constexpr int kLettersInKeys = 4; // more than one character in this many is a letter
+// Only a token with few signs is judged chunk by chunk ("uunet!sugar!karl",
+// "2.20.14+build.7"); random printable characters are a third signs.
+constexpr int kCharactersPerSign = 5;
 
 enum class Kind { letter, digit, separator, other };
 
@@ -57,23 +58,11 @@ struct Character {
     bool lower;
 };
 
+// Marks between the parts of words, names, numbers and lists.
 bool isSeparator(char32_t codePoint) {
-    switch (codePoint) {
-    case U'-':
-    case U'_':
-    case U'.':
-    case U'/':
-    case U':':
-    case U'\'':
-    case U'\u2019':
-    case U'\u2010':
-    case U'\u2011':
-    case U'\u2013':
-    case U'\u2014':
-        return true;
-    default:
-        return false;
-    }
+    return codePoint < 0x80 ? QStringView(u"-_./:',").contains(QChar(char16_t(codePoint)))
+                            : QStringView(u"\u2019\u2010\u2011\u2013\u2014")
+                                  .contains(QChar(char16_t(codePoint)));
 }
 
 Character classify(char32_t codePoint) {
@@ -234,7 +223,8 @@ bool letterPartsReadAsWords(const std::vector<Character>& chars, const std::vect
     int cutSurprise = 0;
     for (size_t i = 0; i < all.size(); ++i) {
         const Part& part = all[i];
-        digitRuns += part.kind == Kind::digit ? 1 : 0;
+        // Numbers set off by separators are versions and sizes ("v11.13.19", "x86_64").
+        digitRuns += part.kind == Kind::digit && !betweenSeparators(all, i) ? 1 : 0;
         if (part.kind != Kind::letter)
             continue;
         if (part.size() >= size_t(kRepeatedPart) && betweenSeparators(all, i) &&
@@ -327,7 +317,10 @@ bool chunksAreHarmless(const std::vector<Character>& chars) {
     const auto cuts = [](const Character& c) {
         return c.kind == Kind::separator || c.kind == Kind::other;
     };
-    if (std::count_if(chars.begin(), chars.end(), cuts) * kCharactersPerCut >
+    const auto isSign = [](const Character& c) {
+        return c.kind == Kind::other;
+    };
+    if (std::count_if(chars.begin(), chars.end(), isSign) * kCharactersPerSign >
         qsizetype(chars.size()))
         return false;
     bool separated = false;
@@ -362,9 +355,10 @@ bool isHexKey(QStringView token) {
 }
 
 // The make-up password rules ask for: letters, digits and a sign inside ("correct#horse9").
-// Only the signs such rules suggest count: "=", "^", "@", commas and brackets make
-// assignments, formulas, addresses and lists ("goose_level=-2323", "X^2-Y^2=XY",
-// "RWC102@PSUVM", "(13,2,'hike')"). A sign in front opens a hashtag ("#WorldCup2026").
+// Only the signs such rules suggest count: "=", "^", "@", "+", commas and brackets make
+// assignments, formulas, addresses, versions and lists ("goose_level=-2323", "X^2-Y^2=XY",
+// "RWC102@PSUVM", "2.20.14+build.7", "(13,2,'hike')"). A sign in front opens a hashtag
+// ("#WorldCup2026").
 bool mixesLettersDigitsAndSigns(QStringView token) {
     bool letter = false;
     bool digit = false;
@@ -373,9 +367,18 @@ bool mixesLettersDigitsAndSigns(QStringView token) {
         const QChar c = token[i];
         letter = letter || c.isLetter();
         digit = digit || (c >= u'0' && c <= u'9');
-        innerSign = innerSign || (i > 0 && QStringView(u"!#$%&*?~+").contains(c));
+        innerSign = innerSign || (i > 0 && QStringView(u"!#$%&*?~").contains(c));
     }
     return letter && digit && innerSign;
+}
+
+// "RWC102@PSUVM", "reader@home": someone at somewhere, written without signs besides the "@".
+bool isAddress(const std::vector<Character>& chars, QStringView token) {
+    const qsizetype at = token.indexOf(u'@');
+    if (at <= 0 || at + 1 == token.size() || token.indexOf(u'@', at + 1) >= 0)
+        return false;
+    return std::count_if(chars.begin(), chars.end(),
+                         [](const Character& c) { return c.kind == Kind::other; }) == 1;
 }
 
 double bitsPerCharacter(const std::vector<Character>& chars) {
@@ -415,12 +418,16 @@ bool identifierReadsAsWords(QStringView token) {
 bool looksRandom(QStringView token) {
     if (isHexKey(token))
         return true;
+    const std::vector<Character> chars = characters(token);
+    // Rules and ornaments ("==============="), numbers, dates and times
+    // ("2021-08-27T04:41:18+01:00") are no keys: keys are mostly letters.
+    const auto letters = std::count_if(chars.begin(), chars.end(),
+                                       [](const Character& c) { return c.kind == Kind::letter; });
+    if (letters * kLettersInKeys <= qsizetype(chars.size()))
+        return false;
     if (mixesLettersDigitsAndSigns(token))
         return true;
-    const std::vector<Character> chars = characters(token);
-    // Rules and ornaments ("===============") and numbers are no keys.
-    if (std::none_of(chars.begin(), chars.end(),
-                     [](const Character& c) { return c.kind == Kind::letter; }))
+    if (isAddress(chars, token))
         return false;
     if (chunksAreHarmless(chars))
         return false;
