@@ -263,6 +263,17 @@ bool isSql(const QList<QStringView>& tokens) {
     return clause && symbol;
 }
 
+// "import os", "import numpy as np", "import a, b", "from x import y".
+bool isImport(const QList<QStringView>& tokens) {
+    if (tokens.size() >= 4 && tokens[0] == u"from" && tokens[2] == u"import")
+        return true;
+    if (tokens.isEmpty() || tokens[0] != u"import" || tokens.size() > 4 ||
+        endsSentence(tokens.back()))
+        return false;
+    return tokens.size() == 2 || tokens[2] == u"as" || tokens[1].endsWith(u',') ||
+           tokens[1].contains(u'.');
+}
+
 // NAME = value, self.size += 1, FOO=bar: an identifier on the left of an assignment.
 bool isAssignment(QStringView line) {
     qsizetype i = 0;
@@ -307,7 +318,8 @@ LineKind classify(QStringView line, bool indented) {
     const QList<QStringView> tokens = tokensOf(line);
     // "grep me no patterns and I'll tell you no lines." is a sentence, not a command.
     const bool sentenceLike = endsSentence(line) && tokens.size() >= 5;
-    if ((isCommandLine(tokens) && !sentenceLike) || isSql(tokens) || isAssignment(line))
+    if ((isCommandLine(tokens) && !sentenceLike) || isSql(tokens) || isAssignment(line) ||
+        isImport(tokens))
         return LineKind::code;
     qsizetype codeTokens = 0;
     qsizetype proseWords = 0;

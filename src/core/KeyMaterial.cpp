@@ -110,9 +110,11 @@ bool isSecretPiece(QStringView piece) {
 }
 
 bool isSecretToken(QStringView token) {
-    // `NAME=value`: the name and the value each on their own.
+    // `NAME=value`: the name and the value each on their own. An address's query is the
+    // address's own business: shared links carry random ids ("?v=dQw4w9WgXcQ"); a password or
+    // a token in one is caught by name.
     const qsizetype equals = token.indexOf(u'=');
-    if (equals < 0)
+    if (equals < 0 || token.contains(u"://"))
         return isSecretPiece(token);
     return isSecretPiece(token.first(equals)) || isSecretPiece(token.sliced(equals + 1));
 }
@@ -193,9 +195,10 @@ struct Value {
     bool quoted = false;
 };
 
-// The value after a separator that ends at `start`, up to the line's end (or its closing quote,
-// or the next "&" of an address's query).
-Value valueAfter(QStringView text, qsizetype start, bool inQuery) {
+// The value after a separator that ends at `start`, up to the line's end, its closing quote,
+// the quote that opened the whole pair (`-H "X-Api-Key: 1234"`), or the next "&" of an
+// address's query.
+Value valueAfter(QStringView text, qsizetype start, bool inQuery, QChar pairQuote) {
     qsizetype at = start;
     while (at < text.size() && isBlank(text[at]))
         ++at;
@@ -207,7 +210,7 @@ Value valueAfter(QStringView text, qsizetype start, bool inQuery) {
         return {text.sliced(at + 1, close - at - 1), true};
     }
     qsizetype end = at;
-    while (end < text.size() && !isLineEnd(text[end]) &&
+    while (end < text.size() && !isLineEnd(text[end]) && text[end] != pairQuote &&
            !(inQuery && (text[end] == u'&' || text[end] == u'#' || isSpace(text[end]))))
         ++end;
     QStringView value = text.sliced(at, end - at);
@@ -246,8 +249,11 @@ bool assignsSecret(QStringView text, qsizetype at) {
     if (key.size() < 2 || !namesSecret(key))
         return false;
     const qsizetype keyStart = key.data() - text.data();
-    const bool inQuery = keyStart > 0 && (text[keyStart - 1] == u'?' || text[keyStart - 1] == u'&');
-    const Value value = valueAfter(text, at + length, inQuery);
+    const QChar before = keyStart > 0 ? text[keyStart - 1] : QChar();
+    const bool inQuery = before == u'?' || before == u'&';
+    const bool keyQuoted = at > 0 && isQuote(text[at - 1]);
+    const Value value =
+        valueAfter(text, at + length, inQuery, isQuote(before) && !keyQuoted ? before : QChar());
     if (value.text.isEmpty())
         return false;
     if (value.quoted || !UnicodeText::containsWhiteSpace(value.text))

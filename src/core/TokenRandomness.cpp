@@ -259,7 +259,7 @@ bool letterPartsReadAsWords(const std::vector<Character>& chars, const std::vect
     }
     if (digitRuns > kNumbersInWords || abbreviations > words + kExtraAbbreviations ||
         abbreviationLetters > wordLetters + kExtraAbbreviationLetters ||
-        tinyLetters * kTinyShare > allLetters ||
+        (allLetters >= size_t(kLongPart) && tinyLetters * kTinyShare > allLetters) ||
         (cutLetters >= size_t(kLongPart) &&
          cutSurprise / 10.0 > kPartsSurprise * double(cutLetters + size_t(cutParts))))
         return false;
@@ -320,10 +320,13 @@ bool chunksAreHarmless(const std::vector<Character>& chars) {
     const auto isSign = [](const Character& c) {
         return c.kind == Kind::other;
     };
-    if (std::count_if(chars.begin(), chars.end(), isSign) * kCharactersPerSign >
-        qsizetype(chars.size()))
+    const auto signs = std::count_if(chars.begin(), chars.end(), isSign);
+    if (signs * kCharactersPerSign > qsizetype(chars.size()))
         return false;
+    // Short bits between signs say nothing ("Kl4j-bE:|wA"): one chunk at least must be a
+    // word or a number. Between separators alone they are a list ("II,III,IV,V,VI").
     bool separated = false;
+    bool substantial = false;
     size_t begin = 0;
     for (size_t i = 0; i <= chars.size(); ++i) {
         if (i < chars.size() && !cuts(chars[i]))
@@ -331,9 +334,13 @@ bool chunksAreHarmless(const std::vector<Character>& chars) {
         separated = separated || i < chars.size();
         if (i > begin && !harmlessChunk(chars, begin, i))
             return false;
+        substantial = substantial || i - begin > size_t(kShortChunk) ||
+                      (i - begin > 1 &&
+                       std::all_of(chars.begin() + qsizetype(begin), chars.begin() + qsizetype(i),
+                                   [](const Character& c) { return c.kind == Kind::digit; }));
         begin = i + 1;
     }
-    return separated;
+    return separated && (substantial || signs == 0);
 }
 
 bool isHexKey(QStringView token) {
