@@ -84,6 +84,7 @@ bool isBlank(QChar c) {
 
 QList<QStringView> tokensOf(QStringView line) {
     QList<QStringView> tokens;
+    tokens.reserve(line.size() / 4);
     qsizetype start = -1;
     for (qsizetype i = 0; i <= line.size(); ++i) {
         const bool blank = i == line.size() || UnicodeText::isWhiteSpace(line[i].unicode());
@@ -98,13 +99,13 @@ QList<QStringView> tokensOf(QStringView line) {
 }
 
 QStringView withoutTrailingPunctuation(QStringView token) {
-    while (!token.isEmpty() && QStringView(u".,;:!?\"')").contains(token.back()))
+    while (!token.isEmpty() && UnicodeText::isAmong(token.back(), u".,;:!?\"')"))
         token.chop(1);
     return token;
 }
 
 QStringView withoutWrapping(QStringView token) {
-    while (!token.isEmpty() && QStringView(u"(\"'\u201C\u2018").contains(token.front()))
+    while (!token.isEmpty() && UnicodeText::isAmong(token.front(), u"(\"'\u201C\u2018"))
         token = token.sliced(1);
     return withoutTrailingPunctuation(token);
 }
@@ -121,11 +122,25 @@ bool isProseWord(QStringView token) {
     return token.front().isLetter();
 }
 
+// Most tokens are plain words ("the", "whale,"): ASCII letters, perhaps a stop after them.
+// Their letter count, or -1 for any other token.
+qsizetype plainWordLetters(QStringView token) {
+    qsizetype letters = 0;
+    while (letters < token.size() &&
+           ((token[letters].unicode() | 0x20) >= u'a' && (token[letters].unicode() | 0x20) <= u'z'))
+        ++letters;
+    for (qsizetype i = letters; i < token.size(); ++i) {
+        if (!UnicodeText::isAmong(token[i], u".,;:!?"))
+            return -1;
+    }
+    return letters > 0 ? letters : -1;
+}
+
 // A token only code is made of: a call, an index, a template, scope or member arrows, braces,
 // an inner semicolon, snake_case names, shell variables, options, operators. CamelCase alone
 // is no sign: prose is full of names like "PowerPoint" and "McDonald".
 bool isCodeToken(QStringView token) {
-    if (isOneOf(token, kOperators))
+    if (token.size() <= 3 && isOneOf(token, kOperators))
         return true;
     const QStringView core = withoutTrailingPunctuation(token);
     if (core.isEmpty())
@@ -207,7 +222,7 @@ bool isDirective(QStringView line) {
 
 bool isOnlyBrackets(QStringView line) {
     return std::all_of(line.begin(), line.end(),
-                       [](QChar c) { return QStringView(u"{}()[];, ").contains(c); });
+                       [](QChar c) { return UnicodeText::isAmong(c, u"{}()[];, "); });
 }
 
 bool endsSentence(QStringView line) {
@@ -218,6 +233,8 @@ bool endsSentence(QStringView line) {
 }
 
 bool isPrompt(QStringView line) {
+    if (!line.contains(u'$') && !line.contains(u'>'))
+        return false;
     if (line.startsWith(u"$ ") || line.startsWith(u">>> ") || line.startsWith(u"PS ") ||
         line.startsWith(u"C:\\>"))
         return !line.startsWith(u"PS ") || line.contains(u":\\");
@@ -280,11 +297,11 @@ bool isAssignment(QStringView line) {
     if (i >= line.size() || !(line[i].isLetter() || line[i] == u'_' || line[i] == u'$'))
         return false;
     while (i < line.size() &&
-           (isWordCharacter(line[i]) || QStringView(u".[]'\"$>-").contains(line[i])))
+           (isWordCharacter(line[i]) || UnicodeText::isAmong(line[i], u".[]'\"$>-")))
         ++i;
     while (i < line.size() && isBlank(line[i]))
         ++i;
-    if (i < line.size() && QStringView(u"+-*/%|&^:.").contains(line[i]))
+    if (i < line.size() && UnicodeText::isAmong(line[i], u"+-*/%|&^:."))
         ++i;
     if (i + 1 >= line.size() || line[i] != u'=' || line[i + 1] == u'=')
         return false;
@@ -293,16 +310,23 @@ bool isAssignment(QStringView line) {
 
 // What a line holds before a comment that follows code: "int qlen;  /* queue length */",
 // "x = 1  # count", "Value *S,  ///< the pointer".
-QStringView withoutTrailingComment(QStringView line) {
-    for (qsizetype i = 1; i + 1 < line.size(); ++i) {
-        const bool slashes = line[i] == u'/' && (line[i + 1] == u'/' || line[i + 1] == u'*');
-        const bool hash = line[i] == u'#' && line[i + 1] == u' ';
-        if ((slashes || hash) && isBlank(line[i - 1])) {
-            const QStringView code = UnicodeText::trimmedOfBlanks(line.first(i));
-            return code.isEmpty() ? line : code;
-        }
+// Where a comment opens after a blank, for `sign` ("/" opens "//" and "/*", "#" opens "# ").
+qsizetype commentStart(QStringView line, QChar sign) {
+    for (qsizetype i = line.indexOf(sign, 1); i > 0 && i + 1 < line.size();
+         i = line.indexOf(sign, i + 1)) {
+        const QChar next = line[i + 1];
+        const bool opens = sign == u'#' ? next == u' ' : next == u'/' || next == u'*';
+        if (opens && isBlank(line[i - 1]))
+            return i;
     }
-    return line;
+    return line.size();
+}
+
+QStringView withoutTrailingComment(QStringView line) {
+    // Searching for the two signs keeps long lines of prose cheap.
+    const qsizetype start = std::min(commentStart(line, u'/'), commentStart(line, u'#'));
+    const QStringView code = UnicodeText::trimmedOfBlanks(line.first(start));
+    return code.isEmpty() ? line : code;
 }
 
 LineKind classify(QStringView line, bool indented) {
@@ -324,7 +348,9 @@ LineKind classify(QStringView line, bool indented) {
     qsizetype codeTokens = 0;
     qsizetype proseWords = 0;
     for (QStringView token : tokens) {
-        if (isCodeToken(token))
+        if (const qsizetype letters = plainWordLetters(token); letters >= 0)
+            proseWords += letters >= 2 ? 1 : 0;
+        else if (isCodeToken(token))
             ++codeTokens;
         else if (isProseWord(token))
             ++proseWords;

@@ -3,7 +3,6 @@
 #include "core/TextFilter.h"
 #include "core/UnicodeText.h"
 
-#include <QList>
 #include <QString>
 #include <algorithm>
 
@@ -41,6 +40,10 @@ bool isSpace(QChar c) {
     return UnicodeText::isWhiteSpace(c.unicode());
 }
 
+bool isControl(QChar c) {
+    return c.unicode() < 0x20 || (c.unicode() >= 0x7F && c.unicode() <= 0x9F);
+}
+
 bool isLineEnd(QChar c) {
     return UnicodeText::isLineBreak(c.unicode());
 }
@@ -73,11 +76,11 @@ bool holds(QStringView text, QStringView needle) {
 // Quotes, brackets, emphasis marks ("*word*", "_word_") and a shell variable's "$" around a
 // token.
 bool isOpening(QChar c) {
-    return QStringView(u"([{<\"'`*_$\u201C\u2018\u00AB").contains(c);
+    return UnicodeText::isAmong(c, u"([{<\"'`*_$\u201C\u2018\u00AB");
 }
 
 bool isClosing(QChar c) {
-    return QStringView(u")]}>\"'`*_\u201D\u2019\u00BB.,;:!?\u2026").contains(c);
+    return UnicodeText::isAmong(c, u")]}>\"'`*_\u201D\u2019\u00BB.,;:!?\u2026");
 }
 
 QStringView stripped(QStringView token) {
@@ -185,7 +188,7 @@ QStringView keyBefore(QStringView text, qsizetype end) {
         return {};
     const qsizetype boundary = quoted ? first - 1 : first;
     if (boundary > 0 && !isSpace(text[boundary - 1]) &&
-        !QStringView(u"{,([;?&\"'`$").contains(text[boundary - 1]))
+        !UnicodeText::isAmong(text[boundary - 1], u"{,([;?&\"'`$"))
         return {};
     return text.sliced(first, last - first);
 }
@@ -237,7 +240,7 @@ bool assignsSecret(QStringView text, qsizetype at) {
     qsizetype length = 1;
     if (c == u'=') {
         // Comparisons and compound operators are code, not settings.
-        if (next == u'=' || next == u'>' || QStringView(u"=!<>+-*/|&^%").contains(previous))
+        if (next == u'=' || next == u'>' || UnicodeText::isAmong(previous, u"=!<>+-*/|&^%"))
             return false;
     } else {
         if (next == u'/' || next == u':' || previous == u':')
@@ -268,7 +271,20 @@ bool assignsSecret(QStringView text, qsizetype at) {
 // is no plain word counts, so "the password is swordfish" in a story stays a story.
 constexpr QStringView kPasswordNouns[] = {u"password", u"passcode", u"passphrase",
                                           u"passwd",   u"pin",      u"pwd"};
-constexpr QStringView kLinkingWords[] = {u"is", u"was", u"=", u":", u"is:"};
+// "is", "was", "=", ":" or "is:", tested unit by unit: it runs on every token.
+bool isLinkingWord(QStringView token) {
+    switch (token.size()) {
+    case 1:
+        return token[0] == u'=' || token[0] == u':';
+    case 2:
+        return token[0] == u'i' && token[1] == u's';
+    case 3:
+        return (token[0] == u'w' && token[1] == u'a' && token[2] == u's') ||
+               (token[0] == u'i' && token[1] == u's' && token[2] == u':');
+    default:
+        return false;
+    }
+}
 
 bool isPlainWord(QStringView token) {
     for (QChar c : token) {
@@ -278,37 +294,40 @@ bool isPlainWord(QStringView token) {
     return true;
 }
 
-bool givesPasswordInWords(const QList<QStringView>& tokens) {
-    for (qsizetype i = 0; i + 2 < tokens.size(); ++i) {
-        const QString noun = lowered(stripped(tokens[i]));
-        if (std::find(std::begin(kPasswordNouns), std::end(kPasswordNouns), noun) ==
-                std::end(kPasswordNouns) ||
-            std::find(std::begin(kLinkingWords), std::end(kLinkingWords), tokens[i + 1]) ==
-                std::end(kLinkingWords))
+// Calls `visit` with each run between white space (and control characters, which old
+// terminal text uses to underline with backspaces and to ring bells).
+template <typename Visit> bool anyToken(QStringView text, Visit visit) {
+    qsizetype start = 0;
+    for (qsizetype i = 0; i <= text.size(); ++i) {
+        if (i < text.size() && !isSpace(text[i]) && !isControl(text[i]))
             continue;
-        const QStringView value = stripped(tokens[i + 2]);
-        if (!value.isEmpty() && !isPlainWord(value))
+        if (i > start && visit(text.sliced(start, i - start)))
             return true;
+        start = i + 1;
     }
     return false;
 }
 
-// Tokens between white space. Control characters break tokens too: old terminal text
-// underlines with backspaces ("_\b_\bthat") and rings bells.
-QList<QStringView> whiteSpaceTokens(QStringView text) {
-    QList<QStringView> tokens;
-    qsizetype start = -1;
-    for (qsizetype i = 0; i <= text.size(); ++i) {
-        const bool space =
-            i == text.size() || isSpace(text[i]) || text[i].category() == QChar::Other_Control;
-        if (!space && start < 0)
-            start = i;
-        if (space && start >= 0) {
-            tokens.append(text.sliced(start, i - start));
-            start = -1;
+bool givesPasswordInWords(QStringView text) {
+    QStringView noun;
+    QStringView link;
+    return anyToken(text, [&](QStringView token) {
+        const bool named = !link.isEmpty() &&
+                           std::any_of(std::begin(kPasswordNouns), std::end(kPasswordNouns),
+                                       [candidate = stripped(noun)](QStringView word) {
+                                           return candidate.compare(word, Qt::CaseInsensitive) == 0;
+                                       });
+        if (named) {
+            const QStringView value = stripped(token);
+            if (!value.isEmpty() && !isPlainWord(value))
+                return true;
         }
-    }
-    return tokens;
+        // The linking word is the cheap test that fails on most tokens.
+        const bool links = isLinkingWord(token);
+        link = links ? token : QStringView();
+        noun = links ? noun : token;
+        return false;
+    });
 }
 
 // --- Card numbers ---------------------------------------------------------------------------
@@ -344,18 +363,20 @@ bool holdsKeyBlock(QStringView text) {
 }
 
 bool holdsSecretToken(QStringView text) {
-    const QList<QStringView> tokens = whiteSpaceTokens(text);
-    return std::any_of(tokens.begin(), tokens.end(), [](QStringView token) {
-        return token.size() >= 12 && isSecretToken(token);
-    });
+    // Only long runs can be secrets; most of a text is short words.
+    return anyToken(text,
+                    [](QStringView token) { return token.size() >= 12 && isSecretToken(token); });
 }
 
 bool holdsSecretAssignment(QStringView text) {
-    for (qsizetype at = 0; at < text.size(); ++at) {
-        if ((text[at] == u'=' || text[at] == u':') && assignsSecret(text, at))
-            return true;
+    for (const QChar separator : {u'=', u':'}) {
+        for (qsizetype at = text.indexOf(separator); at >= 0;
+             at = text.indexOf(separator, at + 1)) {
+            if (assignsSecret(text, at))
+                return true;
+        }
     }
-    return givesPasswordInWords(whiteSpaceTokens(text));
+    return givesPasswordInWords(text);
 }
 
 bool holdsAddressWithPassword(QStringView text) {
@@ -363,7 +384,7 @@ bool holdsAddressWithPassword(QStringView text) {
         const qsizetype start = at + 3;
         qsizetype end = start;
         while (end < text.size() && !isSpace(text[end]) &&
-               !QStringView(u"/?#\"'<>").contains(text[end]))
+               !UnicodeText::isAmong(text[end], u"/?#\"'<>"))
             ++end;
         const QStringView authority = text.sliced(start, end - start);
         const qsizetype atSign = authority.lastIndexOf(u'@');

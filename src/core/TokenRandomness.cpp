@@ -1,5 +1,7 @@
 #include "core/TokenRandomness.h"
 
+#include "core/UnicodeText.h"
+
 #include <algorithm>
 #include <unicode/uchar.h>
 #include <vector>
@@ -60,9 +62,8 @@ struct Character {
 
 // Marks between the parts of words, names, numbers and lists.
 bool isSeparator(char32_t codePoint) {
-    return codePoint < 0x80 ? QStringView(u"-_./:',").contains(QChar(char16_t(codePoint)))
-                            : QStringView(u"\u2019\u2010\u2011\u2013\u2014")
-                                  .contains(QChar(char16_t(codePoint)));
+    return codePoint <= 0xFFFF && UnicodeText::isAmong(QChar(char16_t(codePoint)),
+                                                       u"-_./:',\u2019\u2010\u2011\u2013\u2014");
 }
 
 Character classify(char32_t codePoint) {
@@ -374,7 +375,7 @@ bool mixesLettersDigitsAndSigns(QStringView token) {
         const QChar c = token[i];
         letter = letter || c.isLetter();
         digit = digit || (c >= u'0' && c <= u'9');
-        innerSign = innerSign || (i > 0 && QStringView(u"!#$%&*?~").contains(c));
+        innerSign = innerSign || (i > 0 && UnicodeText::isAmong(c, u"!#$%&*?~"));
     }
     return letter && digit && innerSign;
 }

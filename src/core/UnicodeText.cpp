@@ -62,31 +62,6 @@ private:
 
 } // namespace
 
-bool isWhiteSpace(char32_t codePoint) {
-    // The White_Space set is small and has been stable for many Unicode versions; testing
-    // it inline keeps scans of long texts cheap.
-    if (codePoint < 0x80)
-        return codePoint == 0x20 || (codePoint >= 0x09 && codePoint <= 0x0D);
-    switch (codePoint) {
-    case 0x85:
-    case 0xA0:
-    case 0x1680:
-    case 0x2028:
-    case 0x2029:
-    case 0x202F:
-    case 0x205F:
-    case 0x3000:
-        return true;
-    default:
-        return codePoint >= 0x2000 && codePoint <= 0x200A;
-    }
-}
-
-bool isLineBreak(char32_t codePoint) {
-    return (codePoint >= 0x0A && codePoint <= 0x0D) || codePoint == 0x85 || codePoint == 0x2028 ||
-           codePoint == 0x2029;
-}
-
 bool isHan(char32_t codePoint) {
     return (codePoint >= 0x4E00 && codePoint <= 0x9FFF) ||
            (codePoint >= 0x3400 && codePoint <= 0x4DBF);

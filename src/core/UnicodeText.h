@@ -3,15 +3,47 @@
 #include <QString>
 #include <QStringView>
 #include <functional>
+#include <string_view>
 
 // Character-level helpers shared by the filter, the dictionaries and the engine.
 // A "character" is a user-perceived character (extended grapheme cluster); white space
 // is Unicode White_Space; a letter is a character whose first code point is Alphabetic.
 namespace UnicodeText {
 
-bool isWhiteSpace(char32_t codePoint);
+// The White_Space set is small and has been stable for many Unicode versions; testing it
+// inline keeps scans of long texts cheap.
+constexpr bool isWhiteSpace(char32_t codePoint) {
+    if (codePoint < 0x80)
+        return codePoint == 0x20 || (codePoint >= 0x09 && codePoint <= 0x0D);
+    switch (codePoint) {
+    case 0x85:
+    case 0xA0:
+    case 0x1680:
+    case 0x2028:
+    case 0x2029:
+    case 0x202F:
+    case 0x205F:
+    case 0x3000:
+        return true;
+    default:
+        return codePoint >= 0x2000 && codePoint <= 0x200A;
+    }
+}
+
 // U+000A–U+000D, U+0085, U+2028, U+2029.
-bool isLineBreak(char32_t codePoint);
+constexpr bool isLineBreak(char32_t codePoint) {
+    return (codePoint >= 0x0A && codePoint <= 0x0D) || codePoint == 0x85 || codePoint == 0x2028 ||
+           codePoint == 0x2029;
+}
+
+// Whether `c` is one of the units of `set`; for the short sets of signs the rules look for.
+constexpr bool isAmong(QChar c, std::u16string_view set) {
+    for (char16_t member : set) {
+        if (member == c.unicode())
+            return true;
+    }
+    return false;
+}
 bool isHan(char32_t codePoint);
 
 QString trimmed(QStringView text);
