@@ -1,7 +1,9 @@
 // libFuzzer target: every text rule and the capture chain on arbitrary UTF-8.
 #include "core/CaptureFilter.h"
+#include "core/CodeShape.h"
 #include "core/KeyMaterial.h"
 #include "core/TextFilter.h"
+#include "core/TokenRandomness.h"
 #include "core/UnicodeText.h"
 
 #include <cstdint>
@@ -40,15 +42,21 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     TextFilter::looksLikeIdentifier(text);
     const qsizetype words = TextFilter::englishWordCount(text);
     require(words >= 0 && words <= text.size() / 2);
-    UnicodeText::forEachCharacter(text, [](QStringView character) {
+    // The count without the break iterator agrees with a walk that uses it.
+    qsizetype characters = 0;
+    UnicodeText::forEachCharacter(text, [&characters](QStringView character) {
+        ++characters;
         TextFilter::isCJK(character);
         return true;
     });
+    require(UnicodeText::characterCount(text) == characters);
 
     const bool prefixed = TextFilter::hasSecretPrefix(text);
     const bool secret = TextFilter::looksLikeSecret(text);
     require(!secret || !UnicodeText::containsWhiteSpace(text));
     require(!prefixed || secret || UnicodeText::characterCount(text) < 12);
+    TokenRandomness::bitsPerCharacter(text);
+    CodeShape::looksLikeCode(text);
 
     const QStringList segments = TextFilter::identifierSegments(text);
     for (const QString& segment : segments)
