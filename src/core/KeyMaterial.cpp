@@ -14,10 +14,9 @@ constexpr QStringView kKeyBlockMarkers[] = {u"-----BEGIN ", u"-----END ", u"PuTT
 // Words of a key's name that say its value is a secret. The name is split at "_", "-", "."
 // and case changes first, so "author" or "passenger" never match.
 constexpr QStringView kSecretWords[] = {
-    u"password",   u"passwd",      u"pwd",       u"pass",          u"passphrase",
-    u"secret",     u"secrets",     u"token",     u"auth",          u"bearer",
-    u"credential", u"credentials", u"apikey",    u"authorization", u"cookie",
-    u"pin",        u"privatekey",  u"accesskey", u"secretkey"};
+    u"password", u"passwd",        u"pwd",    u"pass",       u"passphrase", u"secret",
+    u"secrets",  u"token",         u"auth",   u"bearer",     u"credential", u"credentials",
+    u"apikey",   u"authorization", u"cookie", u"privatekey", u"accesskey",  u"secretkey"};
 // Names written without separators ("DBPASSWORD", "apikey", "x-apikey").
 constexpr QStringView kSecretCompounds[] = {
     u"password",   u"passwd",    u"passphrase",  u"secret",       u"apikey",       u"accesskey",
@@ -59,16 +58,6 @@ bool isKeyCharacter(QChar c) {
 
 bool isQuote(QChar c) {
     return c == u'"' || c == u'\'' || c == u'`';
-}
-
-// Whether `text` holds `needle`; QStringView::contains is slow with a string needle.
-bool holds(QStringView text, QStringView needle) {
-    for (qsizetype at = text.indexOf(needle.front()); at >= 0;
-         at = text.indexOf(needle.front(), at + 1)) {
-        if (text.sliced(at).startsWith(needle))
-            return true;
-    }
-    return false;
 }
 
 // --- Tokens ---------------------------------------------------------------------------------
@@ -269,8 +258,9 @@ bool assignsSecret(QStringView text, qsizetype at) {
 
 // "my password is Qw3!mark": a password given in words, short as it may be. Only a token that
 // is no plain word counts, so "the password is swordfish" in a story stays a story.
-constexpr QStringView kPasswordNouns[] = {u"password", u"passcode", u"passphrase",
-                                          u"passwd",   u"pin",      u"pwd"};
+// "PIN" is not among them: in a key's name or a sentence it is more often a pin of a chip.
+constexpr QStringView kPasswordNouns[] = {u"password", u"passcode", u"passphrase", u"passwd",
+                                          u"pwd"};
 // "is", "was", "=", ":" or "is:", tested unit by unit: it runs on every token.
 bool isLinkingWord(QStringView token) {
     switch (token.size()) {
@@ -359,7 +349,7 @@ bool isCardNumber(const QString& digits) {
 
 bool holdsKeyBlock(QStringView text) {
     return std::any_of(std::begin(kKeyBlockMarkers), std::end(kKeyBlockMarkers),
-                       [text](QStringView marker) { return holds(text, marker); });
+                       [text](QStringView marker) { return UnicodeText::holds(text, marker); });
 }
 
 bool holdsSecretToken(QStringView text) {

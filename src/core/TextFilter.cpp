@@ -161,17 +161,6 @@ bool isVowel(QStringView character) {
     return false;
 }
 
-// Whether `text` holds `needle`. QStringView::contains is slow with a string needle; searching
-// for its first unit is fast.
-bool holds(QStringView text, QStringView needle) {
-    for (qsizetype at = text.indexOf(needle.front()); at >= 0;
-         at = text.indexOf(needle.front(), at + 1)) {
-        if (text.sliced(at).startsWith(needle))
-            return true;
-    }
-    return false;
-}
-
 // Whether the text before the first "/" is made of the characters of a host name, with a dot,
 // as the domain expression needs.
 bool couldBeHost(QStringView text) {
@@ -216,7 +205,7 @@ bool looksLikeURLOrPath(QStringView text) {
     const QString trimmed = UnicodeText::trimmed(text);
     // The expressions backtrack over a whole long token before they fail; testing first for the
     // text they cannot match without spares that.
-    if (holds(trimmed, u"://") && schemeExpression().matches(trimmed))
+    if (UnicodeText::holds(trimmed, u"://") && schemeExpression().matches(trimmed))
         return true;
     if (trimmed.contains(u'@') && emailExpression().matches(trimmed))
         return true;
@@ -232,7 +221,7 @@ bool looksLikeURLOrPath(QStringView text) {
 
 bool looksLikeSharedLink(QStringView text) {
     // Every link holds this; the expression alone would try a match at each "h" of the text.
-    if (!holds(text, u"://"))
+    if (!UnicodeText::holds(text, u"://"))
         return false;
     const std::vector<IcuRegex::Match> links = linkExpression().findAll(text);
     if (links.empty())

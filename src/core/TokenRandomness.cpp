@@ -207,6 +207,10 @@ bool betweenSeparators(const std::vector<Part>& all, size_t index) {
     return openEdge && closeEdge;
 }
 
+// Whether the letter parts of an identifier-shaped token spell words. It does not when numbers
+// are strewn among the letters, when abbreviations outnumber words, when case changes cut the
+// letters into bits of one or two, when those bits cost too much to spell, or when the long
+// parts do. A part repeated between separators or one cry drawn out reads as words at once.
 bool letterPartsReadAsWords(const std::vector<Character>& chars, const std::vector<Part>& all) {
     size_t allLetters = 0;
     size_t wordLetters = 0;
@@ -362,7 +366,7 @@ bool isHexKey(QStringView token) {
     return digit && (lower != upper);
 }
 
-// The make-up password rules ask for: letters, digits and a sign inside ("correct#horse9").
+// What password rules ask for: letters, digits and a sign inside ("correct#horse9").
 // Only the signs such rules suggest count: "=", "^", "@", "+", commas and brackets make
 // assignments, formulas, addresses, versions and lists ("goose_level=-2323", "X^2-Y^2=XY",
 // "RWC102@PSUVM", "2.20.14+build.7", "(13,2,'hike')"). A sign in front opens a hashtag

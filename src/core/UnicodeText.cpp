@@ -205,6 +205,17 @@ void forEachCharacter(QStringView text, const std::function<bool(QStringView)>& 
     utext_close(utext);
 }
 
+bool holds(QStringView text, QStringView needle) {
+    if (needle.isEmpty())
+        return true;
+    for (qsizetype at = text.indexOf(needle.front()); at >= 0;
+         at = text.indexOf(needle.front(), at + 1)) {
+        if (text.sliced(at).startsWith(needle))
+            return true;
+    }
+    return false;
+}
+
 qsizetype characterCount(QStringView text) {
     if (isSimpleText(text)) {
         qsizetype crlf = 0;

@@ -36,6 +36,10 @@ constexpr bool isLineBreak(char32_t codePoint) {
            codePoint == 0x2029;
 }
 
+// Whether `text` holds `needle`. QStringView::contains is slow with a string needle; searching
+// for its first unit is fast.
+bool holds(QStringView text, QStringView needle);
+
 // Whether `c` is one of the units of `set`; for the short sets of signs the rules look for.
 constexpr bool isAmong(QChar c, std::u16string_view set) {
     for (char16_t member : set) {
