@@ -28,19 +28,19 @@ constexpr QStringView kDeclarationOpeners[] = {u"def", u"elif", u"typedef", u"na
 // Command names that open a command line; with an option or a path after them they are
 // commands, whatever follows.
 constexpr QStringView kCommands[] = {
-    u"git",        u"sudo",    u"apt",    u"apt-get", u"dpkg",       u"npm",     u"npx",
-    u"yarn",       u"pnpm",    u"pip",    u"pip3",    u"python",     u"python3", u"node",
-    u"docker",     u"kubectl", u"cargo",  u"rustc",   u"gcc",        u"g++",     u"clang",
-    u"cmake",      u"ctest",   u"make",   u"ls",      u"cd",         u"cp",      u"mv",
-    u"rm",         u"mkdir",   u"rmdir",  u"chmod",   u"chown",      u"ln",      u"cat",
-    u"grep",       u"sed",     u"awk",    u"find",    u"curl",       u"wget",    u"ssh",
-    u"scp",        u"rsync",   u"tar",    u"unzip",   u"zip",        u"brew",    u"systemctl",
-    u"journalctl", u"export",  u"source", u"bash",    u"sh",         u"zsh",     u"vim",
-    u"nano",       u"less",    u"head",   u"tail",    u"touch",      u"which",   u"kill",
-    u"ps",         u"tmux",    u"conda",  u"gradle",  u"mvn",        u"javac",   u"java",
-    u"go",         u"echo",    u"printf", u"export",  u"ssh-keygen", u"openssl", u"gpg",
-    u"crontab",    u"sort",    u"uniq",   u"xargs",   u"diff",       u"patch",   u"du",
-    u"df",         u"mount",   u"ip",     u"ping"};
+    u"git",        u"sudo",    u"apt",    u"apt-get",    u"dpkg",    u"npm",     u"npx",
+    u"yarn",       u"pnpm",    u"pip",    u"pip3",       u"python",  u"python3", u"node",
+    u"docker",     u"kubectl", u"cargo",  u"rustc",      u"gcc",     u"g++",     u"clang",
+    u"cmake",      u"ctest",   u"make",   u"ls",         u"cd",      u"cp",      u"mv",
+    u"rm",         u"mkdir",   u"rmdir",  u"chmod",      u"chown",   u"ln",      u"cat",
+    u"grep",       u"sed",     u"awk",    u"find",       u"curl",    u"wget",    u"ssh",
+    u"scp",        u"rsync",   u"tar",    u"unzip",      u"zip",     u"brew",    u"systemctl",
+    u"journalctl", u"export",  u"source", u"bash",       u"sh",      u"zsh",     u"vim",
+    u"nano",       u"less",    u"head",   u"tail",       u"touch",   u"which",   u"kill",
+    u"ps",         u"tmux",    u"conda",  u"gradle",     u"mvn",     u"javac",   u"java",
+    u"go",         u"echo",    u"printf", u"ssh-keygen", u"openssl", u"gpg",     u"crontab",
+    u"sort",       u"uniq",    u"xargs",  u"diff",       u"patch",   u"du",      u"df",
+    u"mount",      u"ip",      u"ping"};
 // Commands that no English sentence opens with, lower case: enough on their own with an
 // argument.
 constexpr QStringView kUnmistakableCommands[] = {
