@@ -1,5 +1,6 @@
 #include "AgentLauncher.h"
 
+#include "platform/MemoryHygiene.h"
 #include "platform/PlatformPaths.h"
 #include "platform/SafeFiles.h"
 
@@ -24,6 +25,8 @@ int exec(int argc, char** argv) {
     std::vector<char*> arguments{const_cast<char*>(path.constData())};
     arguments.insert(arguments.end(), argv + 1, argv + argc);
     arguments.push_back(nullptr);
+    // Set here, the agent need not start itself a second time to have it.
+    MemoryHygiene::prepareEnvironmentForExec();
     ::execv(path.constData(), arguments.data());
     // The system's own words are English; the reason is said in Chinese like every message.
     const QByteArray reason = SafeFiles::Failure::fromErrno(errno).reason.toUtf8();

@@ -1,7 +1,9 @@
 #include "capture/ClipboardMonitor.h"
 
+#include "platform/MemoryHygiene.h"
 #include "platform/Pasteboard.h"
 
+#include <QScopeGuard>
 #include <QTimer>
 #include <utility>
 
@@ -67,6 +69,13 @@ void ClipboardMonitor::poll() {
     }
     // Taken at once, so a change is considered once whether or not it carries text.
     m_lastChangeCount = count;
+    // Whatever the content turns out to be (a refused secret too), once it is handled no
+    // copy of it stays in the pasteboard's buffers or in the stack the handling used. Set
+    // up before the reads, so it runs after their results are gone.
+    const auto forget = qScopeGuard([this] {
+        m_pasteboard.forgetLastRead();
+        MemoryHygiene::clearStackBelow();
+    });
     const std::optional<OwnWrite> ownWrite = std::exchange(m_ownWrite, std::nullopt);
     const std::optional<QString> text = m_pasteboard.plainText();
     if (!text || !onChange)

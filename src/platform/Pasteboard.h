@@ -18,4 +18,8 @@ public:
     virtual QByteArray data(const QString& type) const = 0;
     // Puts plain text on the clipboard (the panel's copy action).
     virtual void writeText(const QString& text) = 0;
+    // Overwrites what the reads since the last call left in buffers the pasteboard keeps
+    // (the callers' own copies are theirs to drop), so a content that was read and refused
+    // does not linger there. The clipboard and the counter stay as they are.
+    virtual void forgetLastRead() = 0;
 };

@@ -160,3 +160,20 @@ TYPED_TEST(PasteboardContract, ownWritesMoveTheCounterOnceRightAway) {
     ASSERT_TRUE(this->copied([&] { return this->bench.copyText("theirs again"); }));
     EXPECT_EQ(this->pasteboard.plainText(), u"theirs again"_s);
 }
+
+TYPED_TEST(PasteboardContract, forgettingAReadLeavesTheContentAndTheCounterAlone) {
+    const QString text = u"sk_live_contract 4111 1111 1111 1111"_s;
+    ASSERT_TRUE(this->copied([&] { return this->bench.copyText(text.toUtf8()); }));
+    ASSERT_EQ(this->pasteboard.plainText(), text);
+    const qint64 counted = this->pasteboard.changeCount();
+    for (int i = 0; i < 3; ++i)
+        this->pasteboard.forgetLastRead();
+    EXPECT_EQ(this->pasteboard.changeCount(), counted);
+    EXPECT_EQ(this->pasteboard.plainText(), text);
+
+    // The next copy moves the counter by exactly one: forgetting announced no change of its
+    // own, which would have arrived before this one.
+    ASSERT_TRUE(this->copied([&] { return this->bench.copyText("next"); }));
+    EXPECT_EQ(this->pasteboard.changeCount(), counted + 1);
+    EXPECT_EQ(this->pasteboard.plainText(), u"next"_s);
+}

@@ -25,12 +25,15 @@ public:
 
     // Reads of text, types or data: content is meant to be read only after a change.
     int contentReads() const { return m_contentReads; }
+    // Reads since the last forgetLastRead(): what a real pasteboard may still hold copies of.
+    int unforgottenReads() const { return m_contentReads - m_readsAtLastForget; }
 
     qint64 changeCount() const override { return m_changeCount; }
     std::optional<QString> plainText() const override;
     QStringList types() const override;
     QByteArray data(const QString& type) const override;
     void writeText(const QString& text) override;
+    void forgetLastRead() override { m_readsAtLastForget = m_contentReads; }
 
 private:
     Content m_content;
@@ -38,4 +41,5 @@ private:
     bool m_announcesLate = false;
     int m_lateNotices = 0;
     mutable int m_contentReads = 0;
+    int m_readsAtLastForget = 0;
 };

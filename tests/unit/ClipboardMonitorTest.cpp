@@ -5,6 +5,7 @@
 
 #include <QList>
 #include <QTest>
+#include <functional>
 #include <gtest/gtest.h>
 
 using namespace Qt::StringLiterals;
@@ -173,4 +174,50 @@ TEST_F(ClipboardMonitorTest, ownWritesAreNeverReportedButLaterCopiesAre) {
     pasteboard.copyText(u"ours"_s);
     monitor.poll();
     EXPECT_EQ(reportedTexts(), QStringList{u"ours"_s});
+}
+
+TEST_F(ClipboardMonitorTest, whatEveryChangeReadIsForgottenAfterItsHandling) {
+    int unforgottenDuringReport = -1;
+    monitor.onChange = [&](const ClipboardChange& change) {
+        reports << change;
+        unforgottenDuringReport = pasteboard.unforgottenReads();
+    };
+    monitor.start();
+    const struct {
+        const char* name;
+        std::function<void()> change;
+    } cases[] = {
+        {"reported text",
+         [&] {
+             pasteboard.copyText(u"water"_s);
+         }},
+        {"concealed text",
+         [&] {
+             pasteboard.copyText(u"hunter2"_s, {{u"org.nspasteboard.ConcealedType"_s, {}}});
+         }},
+        {"no text",
+         [&] {
+             pasteboard.copyImage();
+         }},
+        {"late notice of our own write",
+         [&] {
+             pasteboard.setAnnouncesOwnWritesLate(true);
+             monitor.writeText(u"from the panel"_s);
+             pasteboard.deliverLateNotices();
+         }},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        c.change();
+        monitor.poll();
+        EXPECT_EQ(pasteboard.unforgottenReads(), 0);
+    }
+    EXPECT_GT(unforgottenDuringReport, 0) << "forgotten before the handler had it";
+
+    // Without a handler the content is still read, and forgotten.
+    monitor.onChange = nullptr;
+    pasteboard.copyText(u"nobody listens"_s);
+    monitor.poll();
+    EXPECT_GT(pasteboard.contentReads(), 0);
+    EXPECT_EQ(pasteboard.unforgottenReads(), 0);
 }

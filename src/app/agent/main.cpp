@@ -1,6 +1,14 @@
 #include "QuilletApp.h"
+#include "platform/MemoryHygiene.h"
+
+#include <QByteArray>
+#include <cstdio>
 
 // Started by `quillet` when it is given no command.
 int main(int argc, char** argv) {
+    // Before anything has read a text that could be a secret.
+    if (const std::optional<QString> failure = MemoryHygiene::ensureAtStart(argv))
+        std::fprintf(stderr, "Quillet：释放的内存不会被清除（%s）\n",
+                     failure->toUtf8().constData());
     return QuilletApp::run(argc, argv);
 }

@@ -1,5 +1,7 @@
 #include "platform/linux/desktop/QtPasteboard.h"
 
+#include "platform/linux/desktop/XcbInputScrubber.h"
+
 #include <QClipboard>
 #include <QGuiApplication>
 #include <QMimeData>
@@ -46,12 +48,16 @@ QtPasteboard::QtPasteboard(QObject* parent) : QObject(parent) {
     m_clipboard = QGuiApplication::clipboard();
     if (!m_clipboard)
         return;
+    if (auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>())
+        m_inputScrubber = std::make_unique<XcbInputScrubber>(x11->connection());
     // The PRIMARY selection changes with every text selection; only copies count.
     connect(m_clipboard, &QClipboard::changed, this, [this](QClipboard::Mode mode) {
         if (mode == QClipboard::Clipboard)
             ++m_changeCount;
     });
 }
+
+QtPasteboard::~QtPasteboard() = default;
 
 std::optional<QString> QtPasteboard::plainText() const {
     const QMimeData* mime = m_clipboard ? m_clipboard->mimeData(QClipboard::Clipboard) : nullptr;
@@ -82,4 +88,9 @@ QByteArray QtPasteboard::data(const QString& type) const {
 void QtPasteboard::writeText(const QString& text) {
     if (m_clipboard)
         m_clipboard->setText(text, QClipboard::Clipboard);
+}
+
+void QtPasteboard::forgetLastRead() {
+    if (m_inputScrubber)
+        m_inputScrubber->scrub();
 }

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <QString>
+#include <optional>
+
+// Keeps what the agent read and let go (a refused secret above all) from lingering in its
+// memory: the allocator overwrites every block it takes back, and the stack below a finished
+// handler is cleared on request. The allocator takes its setting only when a program starts,
+// so it travels in the environment of the program being started.
+namespace MemoryHygiene {
+
+// For a process about to execute the agent: puts the allocator's setting into the
+// environment it hands over, keeping whatever else the user set there.
+void prepareEnvironmentForExec();
+
+// First thing in the agent's main(): when it started without the allocator's setting, starts
+// itself again with it, and this call does not return. Nothing when the setting is in effect;
+// otherwise why not, and the agent runs on without it. Programs the agent starts later get
+// the environment the user gave it.
+std::optional<QString> ensureAtStart(char** argv);
+
+// Overwrites the stack below the caller's frame, where the functions it called left their
+// locals.
+void clearStackBelow();
+
+} // namespace MemoryHygiene

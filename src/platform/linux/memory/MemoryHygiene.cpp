@@ -1,0 +1,37 @@
+#include "platform/MemoryHygiene.h"
+
+#include "platform/linux/memory/GlibcTunables.h"
+#include "platform/posix/StartEnvironment.h"
+
+#include <cerrno>
+#include <string.h>
+#include <unistd.h>
+
+namespace MemoryHygiene {
+namespace {
+
+const StartEnvironment::Variable& allocatorSetting() {
+    static const StartEnvironment::Variable setting{"GLIBC_TUNABLES", GlibcTunables::withScrubbing};
+    return setting;
+}
+
+} // namespace
+
+void prepareEnvironmentForExec() {
+    StartEnvironment::prepareForExec(allocatorSetting());
+}
+
+std::optional<QString> ensureAtStart(char** argv) {
+    return StartEnvironment::ensureAtStart(allocatorSetting(), [argv] {
+        ::execv("/proc/self/exe", argv);
+        return errno;
+    });
+}
+
+[[gnu::noinline]] void clearStackBelow() {
+    // Deeper than a clipboard change's handling goes: the filter, ICU and Qt's conversions.
+    unsigned char region[64 * 1024];
+    ::explicit_bzero(region, sizeof region);
+}
+
+} // namespace MemoryHygiene
