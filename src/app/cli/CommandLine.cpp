@@ -134,6 +134,13 @@ std::optional<int> answerGeneral(const QString& command, const QStringList& argu
     return success;
 }
 
+// A text pasted whole (a PEM block starts with dashes) has white space in it; no option has.
+// Taken for an unknown option, it would be echoed back in the usage error.
+bool looksLikeOption(const QString& argument) {
+    return argument.startsWith(u'-') && argument.size() > 1 &&
+           !UnicodeText::containsWhiteSpace(argument);
+}
+
 } // namespace
 
 std::optional<int> run(int argc, char** argv) {
@@ -218,7 +225,7 @@ qsizetype lengthLimit() {
 std::variant<TextInvocation, QString> parseText(const QStringList& arguments) {
     TextInvocation invocation;
     qsizetype i = 0;
-    for (; i < arguments.size() && arguments[i].startsWith(u'-') && arguments[i].size() > 1; ++i) {
+    for (; i < arguments.size() && looksLikeOption(arguments[i]); ++i) {
         const QString& option = arguments[i];
         if (option == u"--"_s) {
             ++i;

@@ -39,8 +39,9 @@ struct TextInvocation {
     bool help = false; // "-h" or "--help" among the options
     QString text;      // the remaining arguments joined by single spaces
 };
-// Options come first; "--" ends them so a text may itself start with "--". An unknown
-// option or no text at all is the problem to report.
+// Options come first; "--" ends them so a text may itself start with "--", and an argument
+// with white space in it is text already. An unknown option or no text at all is the problem
+// to report.
 std::variant<TextInvocation, QString> parseText(const QStringList& arguments);
 // After a change: when it could not be written (full disk, read-only folder), says why on
 // standard error and gives the exit status; nothing when everything is on disk. A change is
