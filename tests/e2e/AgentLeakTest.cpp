@@ -1,0 +1,257 @@
+#include "AgentProcess.h"
+#include "core/RejectReason.h"
+#include "harness/CoreDump.h"
+#include "harness/FakeModelServer.h"
+#include "harness/ForeignClipboard.h"
+#include "harness/FragmentSearch.h"
+#include "harness/QuilletProcess.h"
+#include "harness/SecretShapes.h"
+#include "settings/TranslationSettings.h"
+
+#include <QDeadlineTimer>
+#include <QDirIterator>
+#include <QFile>
+#include <QRandomGenerator>
+#include <QTemporaryDir>
+#include <gtest/gtest.h>
+
+using namespace Qt::StringLiterals;
+using namespace LogLines;
+
+namespace {
+
+using Shape = SecretShapes::Shape;
+
+struct Row {
+    const char* name;
+    Shape (SecretShapes::*make)();
+    // A secret must leave no trace anywhere; code need only be refused and never sent.
+    bool secret;
+    // Refused only by the filter's rules for secrets inside longer text, key-value lines,
+    // PEM blocks, passwords in URLs, card numbers and code over several lines.
+    bool awaitsRules;
+};
+
+// Code first, so that the secrets are the last texts through the agent, and the longest
+// secret last of all: a dump taken right after it is the hardest case.
+const Row kRows[] = {
+    {"C for loop", &SecretShapes::cForLoop, false, true},
+    {"C++ declaration", &SecretShapes::cppDeclaration, false, true},
+    {"Python function", &SecretShapes::pythonFunction, false, true},
+    {"SQL query", &SecretShapes::sqlQuery, false, true},
+    {"git commit command", &SecretShapes::gitCommit, false, true},
+    {"GitHub token", &SecretShapes::githubToken, true, false},
+    {"AWS access key id", &SecretShapes::awsAccessKeyId, true, false},
+    {"24-character mixed-case token", &SecretShapes::mixedCaseToken, true, false},
+    {"24-character token shaped like camel-case words", &SecretShapes::camelCaseShapedToken, true,
+     true},
+    {"card number", &SecretShapes::cardNumber, true, true},
+    {"URL with a password", &SecretShapes::urlWithPassword, true, true},
+    {"token inside a sentence", &SecretShapes::tokenInASentence, true, true},
+    {"password: …", &SecretShapes::passwordLine, true, true},
+    {"Authorization: Bearer JWT", &SecretShapes::bearerJwt, true, true},
+    {"export AWS_SECRET_ACCESS_KEY=…", &SecretShapes::awsSecretExport, true, true},
+    {"AWS key pair in an env file", &SecretShapes::awsKeyPairEnvFile, true, true},
+    {".env with an sk_live_ key and a database password", &SecretShapes::dotEnvWithKeyAndPassword,
+     true, true},
+    {"OpenSSH private key", &SecretShapes::openSshPrivateKey, true, true},
+    {"RSA private key longer than the lookup limit", &SecretShapes::longRsaPrivateKey, true, true},
+    {"PGP private key block", &SecretShapes::pgpPrivateKey, true, true},
+};
+
+// One copied shape and everything found wrong with it.
+struct Copied {
+    const Row* row;
+    Shape shape;
+    QStringList problems;
+};
+
+QString refusal(RejectReason reason) {
+    return u"[拦截] 复制查词｜"_s + RejectReasons::description(reason);
+}
+
+QString encodingName(FragmentSearch::Encoding encoding) {
+    return encoding == FragmentSearch::Encoding::utf8 ? u"UTF-8"_s : u"UTF-16"_s;
+}
+
+// The agent with a recording model server, copies through the real X clipboard, and the
+// command line on the same home.
+class AgentLeakTest : public testing::Test {
+protected:
+    void startAgent() {
+        server.installed = {TranslationSettings::defaultModel};
+        ASSERT_TRUE(server.listen());
+        AgentProcess::Options options{.clipboardPollMs = 100, .fakeClock = false};
+        options.defaults.insert(u"translation.endpoint"_s, server.endpoint());
+        ASSERT_TRUE(agent.start(options));
+        ASSERT_TRUE(agent.waitForLine(exactly(u"[触发] Quillet 已启动"_s), 10'000))
+            << text(agent.lines());
+        // The model's state is known before the first sentence arrives.
+        const QDeadlineTimer deadline(5'000);
+        while (!server.received("/api/tags") && !deadline.hasExpired())
+            agent.drain(50);
+        ASSERT_TRUE(server.received("/api/tags"));
+    }
+
+    // Copies the text and waits for the agent's decision about it: the refusal or the
+    // lookup's trigger line.
+    std::optional<QString> copyAndAwaitDecision(const QString& content) {
+        const qsizetype mark = agent.mark();
+        if (!clipboard.copy(content.toUtf8()))
+            return std::nullopt;
+        return agent.waitForLine(QRegularExpression(u"^\\[(拦截|触发)\\] 复制查词｜"_s),
+                                 AgentProcess::lineTimeoutMs, mark);
+    }
+
+    // Runs `quillet check` and `quillet lookup` on the shape, as a person would paste it.
+    void runCommands(Copied& copied) {
+        const QString& content = copied.shape.text;
+        const QuilletProcess::Run check = QuilletProcess::run({u"check"_s, content}, commands);
+        const QuilletProcess::Run lookup = QuilletProcess::run({u"lookup"_s, content}, commands);
+        commandOutput += check.out + check.err + lookup.out + lookup.err;
+        if (check.exitCode != 1)
+            copied.problems
+                << u"`quillet check` lets it through (%1: %2)"_s.arg(check.exitCode).arg(check.out);
+        else if (copied.row->secret &&
+                 check.out != RejectReasons::userFacing(RejectReason::secretLike))
+            copied.problems << u"`quillet check` refuses it as 「%1」"_s.arg(check.out);
+        if (lookup.exitCode != 1)
+            copied.problems << u"`quillet lookup` answers it (%1)"_s.arg(lookup.exitCode);
+    }
+
+    void copyToAgent(Copied& copied) {
+        const std::optional<QString> decision = copyAndAwaitDecision(copied.shape.text);
+        if (!decision)
+            copied.problems << u"the agent said nothing about the copy"_s;
+        else if (decision->startsWith(u"[触发]"_s))
+            copied.problems << u"the agent looks it up: "_s + *decision;
+        else if (copied.row->secret && *decision != refusal(RejectReason::secretLike))
+            copied.problems << u"the agent refuses it as 「%1」"_s.arg(*decision);
+    }
+
+    // The agent takes in a setting changed by a command on its main thread, so once it
+    // says so it has finished handling every copy before. No X traffic is involved, which
+    // would wash what a copy left in the connection's buffers.
+    void awaitAgentIdle() {
+        const qsizetype mark = agent.mark();
+        const QuilletProcess::Run set = QuilletProcess::run(
+            {u"settings"_s, u"set"_s, u"hoverDwellSeconds"_s, u"0.5"_s}, commands);
+        ASSERT_EQ(set.exitCode, 0) << set.err.toStdString();
+        ASSERT_TRUE(agent.waitForLine(
+            exactly(u"[触发] 设置｜已采用其他程序保存的改动：hoverDwellSeconds"_s),
+            AgentProcess::lineTimeoutMs, mark))
+            << text(agent.linesSince(mark));
+    }
+
+    AgentProcess agent;
+    ForeignClipboard clipboard;
+    FakeModelServer server;
+    QProcessEnvironment commands;
+    QString commandOutput;
+};
+
+// Where the bodies of the copies turn up in `image`, noted against the copy they came from.
+void noteTraces(const QList<Copied*>& searched, QByteArrayView image,
+                const std::function<QString(qsizetype)>& where) {
+    QStringList bodies;
+    QList<Copied*> owners;
+    for (Copied* copied : searched) {
+        for (const QString& body : copied->shape.bodies) {
+            bodies << body;
+            owners << copied;
+        }
+    }
+    for (const FragmentSearch::Hit& hit : FragmentSearch(bodies).find(image)) {
+        owners[hit.text]->problems
+            << u"%1 (%2 「%3」)"_s.arg(where(hit.offset), encodingName(hit.encoding), hit.fragment);
+    }
+}
+
+} // namespace
+
+TEST_F(AgentLeakTest, RefusedSecretsLeaveNoTraceAnywhereAndCodeIsNeverSent) {
+    const quint64 seed = QRandomGenerator::system()->generate64();
+    std::printf("shapes from seed %llu\n", static_cast<unsigned long long>(seed));
+    SecretShapes shapes(seed);
+    const bool awaitedRulesToo = qEnvironmentVariableIsSet("QUILLET_LEAK_ALL_ROWS");
+    QList<Copied> copies;
+    for (const Row& row : kRows) {
+        if (!row.awaitsRules || awaitedRulesToo)
+            copies.append({&row, (shapes.*row.make)(), {}});
+    }
+
+    ASSERT_NO_FATAL_FAILURE(startAgent());
+    commands = QuilletProcess::environmentWithHome(agent.home());
+
+    // Something the agent must still hold when its memory is searched: the last text it
+    // looked up, whose body is made for this run as well.
+    const QString marker = shapes.word();
+    const QString sentence = u"Please keep the word %1 in mind for tomorrow."_s.arg(marker);
+    const std::optional<QString> looked = copyAndAwaitDecision(sentence);
+    ASSERT_TRUE(looked && looked->startsWith(u"[触发]"_s)) << text(agent.lines());
+    ASSERT_TRUE(agent.waitForLine(startingWith(u"[结果] 翻译｜"_s))) << text(agent.lines());
+
+    for (Copied& copied : copies) {
+        runCommands(copied);
+        copyToAgent(copied);
+    }
+    ASSERT_NO_FATAL_FAILURE(awaitAgentIdle());
+
+    QList<Copied*> secrets;
+    QList<Copied*> all;
+    for (Copied& copied : copies) {
+        all << &copied;
+        if (copied.row->secret)
+            secrets << &copied;
+    }
+
+    // The agent's memory, while it runs.
+    QTemporaryDir dumpFolder;
+    auto taken = CoreDump::take(agent.pid(), dumpFolder.path());
+    ASSERT_TRUE(std::holds_alternative<std::unique_ptr<CoreDump>>(taken))
+        << std::get<QString>(taken).toStdString();
+    const CoreDump& dump = *std::get<std::unique_ptr<CoreDump>>(taken);
+    EXPECT_TRUE(FragmentSearch({marker}).occursIn(dump.bytes()))
+        << "the dump lacks the text the agent last looked up, so it proves nothing";
+    noteTraces(secrets, dump.bytes(), [&dump](qsizetype offset) {
+        return u"in the agent's memory at "_s + dump.placeOf(offset);
+    });
+
+    // What reached the model server: nothing refused, code included.
+    for (const FakeModelServer::Request& request : server.requests) {
+        const QByteArray seen = request.method + ' ' + request.path + '\n' + request.body;
+        noteTraces(all, seen, [&request](qsizetype) {
+            return u"at the model server (%1)"_s.arg(QString::fromUtf8(request.path));
+        });
+    }
+
+    // What the agent and the commands said, and what they left on disk once the agent has
+    // written out its logs.
+    agent.stop();
+    noteTraces(secrets, agent.lines().join(u'\n').toUtf8(),
+               [](qsizetype) { return u"on the agent's standard output"_s; });
+    noteTraces(secrets, commandOutput.toUtf8(),
+               [](qsizetype) { return u"in the output of `quillet check` or `lookup`"_s; });
+    const QuilletProcess::Run log =
+        QuilletProcess::run({u"log"_s, u"--lines"_s, u"100000"_s}, commands);
+    EXPECT_EQ(log.exitCode, 0) << log.err.toStdString();
+    noteTraces(secrets, (log.out + log.err).toUtf8(),
+               [](qsizetype) { return u"in `quillet log`"_s; });
+    for (QDirIterator files(agent.home(), QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
+         files.hasNext();) {
+        QFile file(files.next());
+        if (!file.open(QIODevice::ReadOnly))
+            continue;
+        noteTraces(secrets, file.readAll(),
+                   [&file](qsizetype) { return u"in the file %1"_s.arg(file.fileName()); });
+    }
+
+    for (Copied& copied : copies) {
+        copied.problems.removeDuplicates();
+        if (!copied.problems.isEmpty())
+            ADD_FAILURE() << copied.row->name
+                          << (copied.row->awaitsRules ? " (awaits the filter's new rules)" : "")
+                          << ":\n  " << copied.problems.join(u"\n  "_s).toStdString()
+                          << "\n  copied: " << copied.shape.text.toStdString();
+    }
+}
