@@ -7,19 +7,38 @@
 
 namespace {
 
-// 8 bytes each: 8 KiB of rectangles, twice the buffer, so it is filled whatever unread
-// bytes already wait at its start.
-constexpr int kRectangles = 1024;
+// 8 bytes each. 8 KiB of rectangles, twice the buffer, so it is filled whatever unread bytes
+// already wait at its start.
+constexpr int kBufferSized = 1024;
+// 1.3 KiB: more than eight registers of 64 bytes, less than where memcpy turns to
+// "rep movsb".
+constexpr int kRegisterSized = 160;
 
 } // namespace
 
 XcbInputScrubber::XcbInputScrubber(xcb_connection_t* connection) : m_connection(connection) {}
 
 XcbInputScrubber::~XcbInputScrubber() {
-    if (m_region == XCB_NONE)
-        return;
-    xcb_xfixes_destroy_region(m_connection, m_region);
+    for (const std::uint32_t region : {m_bufferSized, m_registerSized}) {
+        if (region != XCB_NONE)
+            xcb_xfixes_destroy_region(m_connection, region);
+    }
     xcb_flush(m_connection);
+}
+
+std::uint32_t XcbInputScrubber::makeRegion(int count) {
+    // One pixel apart, so the server keeps every rectangle rather than merging them.
+    std::vector<xcb_rectangle_t> rectangles(static_cast<std::size_t>(count));
+    for (int i = 0; i < count; ++i)
+        rectangles[std::size_t(i)] = {static_cast<std::int16_t>(2 * i), 0, 1, 1};
+    const xcb_xfixes_region_t region = xcb_generate_id(m_connection);
+    xcb_generic_error_t* error = xcb_request_check(
+        m_connection, xcb_xfixes_create_region_checked(m_connection, region, std::uint32_t(count),
+                                                       rectangles.data()));
+    if (!error)
+        return region;
+    std::free(error);
+    return XCB_NONE;
 }
 
 bool XcbInputScrubber::prepare() {
@@ -33,38 +52,32 @@ bool XcbInputScrubber::prepare() {
     std::free(version);
     if (!hasRegions)
         return false;
-    // One pixel apart, so the server keeps every rectangle rather than merging them.
-    std::vector<xcb_rectangle_t> rectangles(kRectangles);
-    for (int i = 0; i < kRectangles; ++i)
-        rectangles[i] = {static_cast<std::int16_t>(2 * i), 0, 1, 1};
-    const xcb_xfixes_region_t region = xcb_generate_id(m_connection);
-    xcb_generic_error_t* error = xcb_request_check(
-        m_connection,
-        xcb_xfixes_create_region_checked(m_connection, region, kRectangles, rectangles.data()));
-    if (error) {
-        std::free(error);
-        return false;
-    }
-    m_region = region;
-    return true;
+    m_bufferSized = makeRegion(kBufferSized);
+    m_registerSized = makeRegion(kRegisterSized);
+    return m_bufferSized != XCB_NONE && m_registerSized != XCB_NONE;
 }
 
 bool XcbInputScrubber::scrub() {
-    if (m_region == XCB_NONE && !prepare())
+    if ((m_bufferSized == XCB_NONE || m_registerSized == XCB_NONE) && !prepare())
         return false;
-    // X.Org sends this reply in one write. Two in a row cover a server that sends the header
-    // apart: while libxcb reads the first one's rectangles past the buffer, the second
-    // arrives whole.
-    const xcb_xfixes_fetch_region_cookie_t cookies[] = {
-        xcb_xfixes_fetch_region(m_connection, m_region),
-        xcb_xfixes_fetch_region(m_connection, m_region),
+    // X.Org sends these replies in one write. The large one twice covers a server that sends
+    // the header apart: while libxcb reads the first one's rectangles past the buffer, the
+    // second arrives whole.
+    const struct {
+        xcb_xfixes_fetch_region_cookie_t cookie;
+        int rectangles;
+    } fetches[] = {
+        {xcb_xfixes_fetch_region(m_connection, m_bufferSized), kBufferSized},
+        {xcb_xfixes_fetch_region(m_connection, m_bufferSized), kBufferSized},
+        {xcb_xfixes_fetch_region(m_connection, m_registerSized), kRegisterSized},
     };
     bool whole = true;
-    for (const xcb_xfixes_fetch_region_cookie_t& cookie : cookies) {
+    for (const auto& fetch : fetches) {
         xcb_generic_error_t* error = nullptr;
         xcb_xfixes_fetch_region_reply_t* reply =
-            xcb_xfixes_fetch_region_reply(m_connection, cookie, &error);
-        whole = whole && reply && xcb_xfixes_fetch_region_rectangles_length(reply) == kRectangles;
+            xcb_xfixes_fetch_region_reply(m_connection, fetch.cookie, &error);
+        whole =
+            whole && reply && xcb_xfixes_fetch_region_rectangles_length(reply) == fetch.rectangles;
         std::free(reply);
         std::free(error);
     }

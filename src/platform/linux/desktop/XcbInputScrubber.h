@@ -11,6 +11,10 @@ struct xcb_connection_t;
 // single write so that all of it is waiting when libxcb reads (a property's reply comes in
 // two, and libxcb may read its header alone and the rest past the buffer). The one such reply
 // whose size and content are ours to choose is an XFixes region's list of rectangles.
+//
+// The thread that copied the text out of the buffer also keeps its last bytes in the CPU's
+// vector registers, which glibc's memcpy uses for copies of up to about 2 KiB (larger ones
+// go by "rep movsb"). A smaller region's reply, copied by the same reader, replaces them.
 class XcbInputScrubber {
 public:
     explicit XcbInputScrubber(xcb_connection_t* connection);
@@ -18,13 +22,15 @@ public:
     XcbInputScrubber(const XcbInputScrubber&) = delete;
     XcbInputScrubber& operator=(const XcbInputScrubber&) = delete;
 
-    // One round trip to the server (two more the first time, to make the region). False when
-    // the rectangles did not come back, all of them.
+    // One round trip to the server (three more the first time, to make the regions). False
+    // when the rectangles did not come back, all of them.
     bool scrub();
 
 private:
     bool prepare();
+    std::uint32_t makeRegion(int rectangles);
 
     xcb_connection_t* m_connection;
-    std::uint32_t m_region = 0;
+    std::uint32_t m_bufferSized = 0;
+    std::uint32_t m_registerSized = 0;
 };
