@@ -22,41 +22,45 @@ namespace {
 
 using Shape = SecretShapes::Shape;
 
+// Which of the filter's rules refuse a shape: those for a single token, or those for what
+// hides in longer text (keys inside prose, key-value lines, PEM blocks, passwords in
+// addresses, card numbers, code over several lines).
+enum class RefusedBy { tokenRules, textRules };
+
 struct Row {
     const char* name;
     Shape (SecretShapes::*make)();
     // A secret must leave no trace anywhere; code need only be refused and never sent.
     bool secret;
-    // Refused only by the filter's rules for secrets inside longer text, key-value lines,
-    // PEM blocks, passwords in URLs, card numbers and code over several lines.
-    bool awaitsRules;
+    RefusedBy refusedBy;
 };
+
+constexpr RefusedBy kToken = RefusedBy::tokenRules;
+constexpr RefusedBy kText = RefusedBy::textRules;
 
 // Code first, so that the secrets are the last texts through the agent, and the longest
 // secret last of all: a dump taken right after it is the hardest case.
 const Row kRows[] = {
-    {"C for loop", &SecretShapes::cForLoop, false, true},
-    {"C++ declaration", &SecretShapes::cppDeclaration, false, true},
-    {"Python function", &SecretShapes::pythonFunction, false, true},
-    {"SQL query", &SecretShapes::sqlQuery, false, true},
-    {"git commit command", &SecretShapes::gitCommit, false, true},
-    {"GitHub token", &SecretShapes::githubToken, true, false},
-    {"AWS access key id", &SecretShapes::awsAccessKeyId, true, false},
-    {"24-character mixed-case token", &SecretShapes::mixedCaseToken, true, false},
-    {"24-character token shaped like camel-case words", &SecretShapes::camelCaseShapedToken, true,
-     true},
-    {"card number", &SecretShapes::cardNumber, true, true},
-    {"URL with a password", &SecretShapes::urlWithPassword, true, true},
-    {"token inside a sentence", &SecretShapes::tokenInASentence, true, true},
-    {"password: …", &SecretShapes::passwordLine, true, true},
-    {"Authorization: Bearer JWT", &SecretShapes::bearerJwt, true, true},
-    {"export AWS_SECRET_ACCESS_KEY=…", &SecretShapes::awsSecretExport, true, true},
-    {"AWS key pair in an env file", &SecretShapes::awsKeyPairEnvFile, true, true},
+    {"C for loop", &SecretShapes::cForLoop, false, kText},
+    {"C++ declaration", &SecretShapes::cppDeclaration, false, kText},
+    {"Python function", &SecretShapes::pythonFunction, false, kText},
+    {"SQL query", &SecretShapes::sqlQuery, false, kText},
+    {"git commit command", &SecretShapes::gitCommit, false, kText},
+    {"GitHub token", &SecretShapes::githubToken, true, kToken},
+    {"AWS access key id", &SecretShapes::awsAccessKeyId, true, kToken},
+    {"24-character mixed-case token", &SecretShapes::mixedCaseToken, true, kToken},
+    {"card number", &SecretShapes::cardNumber, true, kText},
+    {"URL with a password", &SecretShapes::urlWithPassword, true, kText},
+    {"token inside a sentence", &SecretShapes::tokenInASentence, true, kText},
+    {"password: …", &SecretShapes::passwordLine, true, kText},
+    {"Authorization: Bearer JWT", &SecretShapes::bearerJwt, true, kText},
+    {"export AWS_SECRET_ACCESS_KEY=…", &SecretShapes::awsSecretExport, true, kText},
+    {"AWS key pair in an env file", &SecretShapes::awsKeyPairEnvFile, true, kText},
     {".env with an sk_live_ key and a database password", &SecretShapes::dotEnvWithKeyAndPassword,
-     true, true},
-    {"OpenSSH private key", &SecretShapes::openSshPrivateKey, true, true},
-    {"RSA private key longer than the lookup limit", &SecretShapes::longRsaPrivateKey, true, true},
-    {"PGP private key block", &SecretShapes::pgpPrivateKey, true, true},
+     true, kText},
+    {"OpenSSH private key", &SecretShapes::openSshPrivateKey, true, kText},
+    {"RSA private key longer than the lookup limit", &SecretShapes::longRsaPrivateKey, true, kText},
+    {"PGP private key block", &SecretShapes::pgpPrivateKey, true, kText},
 };
 
 // One copied shape and everything found wrong with it.
@@ -66,8 +70,15 @@ struct Copied {
     QStringList problems;
 };
 
-QString refusal(RejectReason reason) {
-    return u"[拦截] 复制查词｜"_s + RejectReasons::description(reason);
+// A refusal that names its reason and nothing of the text. Which reason does not matter
+// here: a secret refused as too long or as an address keeps no copy either.
+bool refusesWithoutText(const QString& line) {
+    for (int raw = 0; const std::optional<RejectReason> reason = RejectReasons::fromRawValue(raw);
+         ++raw) {
+        if (line == u"[拦截] 复制查词｜"_s + RejectReasons::description(*reason))
+            return true;
+    }
+    return false;
 }
 
 QString encodingName(FragmentSearch::Encoding encoding) {
@@ -112,9 +123,6 @@ protected:
         if (check.exitCode != 1)
             copied.problems
                 << u"`quillet check` lets it through (%1: %2)"_s.arg(check.exitCode).arg(check.out);
-        else if (copied.row->secret &&
-                 check.out != RejectReasons::userFacing(RejectReason::secretLike))
-            copied.problems << u"`quillet check` refuses it as 「%1」"_s.arg(check.out);
         if (lookup.exitCode != 1)
             copied.problems << u"`quillet lookup` answers it (%1)"_s.arg(lookup.exitCode);
     }
@@ -125,8 +133,8 @@ protected:
             copied.problems << u"the agent said nothing about the copy"_s;
         else if (decision->startsWith(u"[触发]"_s))
             copied.problems << u"the agent looks it up: "_s + *decision;
-        else if (copied.row->secret && *decision != refusal(RejectReason::secretLike))
-            copied.problems << u"the agent refuses it as 「%1」"_s.arg(*decision);
+        else if (copied.row->secret && !refusesWithoutText(*decision))
+            copied.problems << u"the agent logs some of it: "_s + *decision;
     }
 
     // The agent takes in a setting changed by a command on its main thread, so once it
@@ -170,24 +178,23 @@ void noteTraces(const QList<Copied*>& searched, QByteArrayView image,
 } // namespace
 
 TEST_F(AgentLeakTest, RefusedSecretsLeaveNoTraceAnywhereAndCodeIsNeverSent) {
-    const quint64 seed = QRandomGenerator::system()->generate64();
-    std::printf("shapes from seed %llu\n", static_cast<unsigned long long>(seed));
+    // New bodies each run; a failing run is repeated with its seed.
+    bool repeated = false;
+    const quint64 given = qEnvironmentVariable("QUILLET_LEAK_SEED").toULongLong(&repeated);
+    const quint64 seed = repeated ? given : QRandomGenerator::system()->generate64();
+    std::printf("shapes from QUILLET_LEAK_SEED=%llu\n", static_cast<unsigned long long>(seed));
     SecretShapes shapes(seed);
-    const bool awaitedRulesToo = qEnvironmentVariableIsSet("QUILLET_LEAK_ALL_ROWS");
     QList<Copied> copies;
-    for (const Row& row : kRows) {
-        if (!row.awaitsRules || awaitedRulesToo)
-            copies.append({&row, (shapes.*row.make)(), {}});
-    }
+    for (const Row& row : kRows)
+        copies.append({&row, (shapes.*row.make)(), {}});
 
     ASSERT_NO_FATAL_FAILURE(startAgent());
     commands = QuilletProcess::environmentWithHome(agent.home());
 
     // Something the agent must still hold when its memory is searched: the last text it
-    // looked up, whose body is made for this run as well.
-    const QString marker = shapes.word();
-    const QString sentence = u"Please keep the word %1 in mind for tomorrow."_s.arg(marker);
-    const std::optional<QString> looked = copyAndAwaitDecision(sentence);
+    // looked up, with a body made for this run as well.
+    const Shape kept = shapes.plainSentence();
+    const std::optional<QString> looked = copyAndAwaitDecision(kept.text);
     ASSERT_TRUE(looked && looked->startsWith(u"[触发]"_s)) << text(agent.lines());
     ASSERT_TRUE(agent.waitForLine(startingWith(u"[结果] 翻译｜"_s))) << text(agent.lines());
 
@@ -211,7 +218,7 @@ TEST_F(AgentLeakTest, RefusedSecretsLeaveNoTraceAnywhereAndCodeIsNeverSent) {
     ASSERT_TRUE(std::holds_alternative<std::unique_ptr<CoreDump>>(taken))
         << std::get<QString>(taken).toStdString();
     const CoreDump& dump = *std::get<std::unique_ptr<CoreDump>>(taken);
-    EXPECT_TRUE(FragmentSearch({marker}).occursIn(dump.bytes()))
+    EXPECT_TRUE(FragmentSearch(kept.bodies).occursIn(dump.bytes()))
         << "the dump lacks the text the agent last looked up, so it proves nothing";
     noteTraces(secrets, dump.bytes(), [&dump](qsizetype offset) {
         return u"in the agent's memory at "_s + dump.placeOf(offset);
@@ -250,7 +257,9 @@ TEST_F(AgentLeakTest, RefusedSecretsLeaveNoTraceAnywhereAndCodeIsNeverSent) {
         copied.problems.removeDuplicates();
         if (!copied.problems.isEmpty())
             ADD_FAILURE() << copied.row->name
-                          << (copied.row->awaitsRules ? " (awaits the filter's new rules)" : "")
+                          << (copied.row->refusedBy == kToken
+                                  ? " (refused by the rules for single tokens)"
+                                  : " (refused by the rules for longer text)")
                           << ":\n  " << copied.problems.join(u"\n  "_s).toStdString()
                           << "\n  copied: " << copied.shape.text.toStdString();
     }

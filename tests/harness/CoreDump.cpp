@@ -22,6 +22,13 @@ QList<QByteArray> mapLines(qint64 pid) {
 
 std::variant<std::unique_ptr<CoreDump>, QString> CoreDump::take(qint64 pid, const QString& folder) {
     std::unique_ptr<CoreDump> dump(new CoreDump);
+    dump->m_pid = pid;
+    const QDir tasks(u"/proc/%1/task"_s.arg(pid));
+    for (const QString& task : tasks.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        QFile name(tasks.filePath(task + u"/comm"_s));
+        if (name.open(QIODevice::ReadOnly))
+            dump->m_threadNames.insert(task.toInt(), QString::fromUtf8(name.readAll().trimmed()));
+    }
     for (const QByteArray& line : mapLines(pid)) {
         // start-end perms offset device inode [name]
         const QList<QByteArray> fields = line.simplified().split(' ');
@@ -115,7 +122,10 @@ QString CoreDump::noteAt(quint64 offset) const {
                                  : note.n_type == NT_FPREGSET ? u"floating-point registers"_s
                                  : note.n_type == NT_PRSTATUS ? u"registers"_s
                                                               : u"note %1"_s.arg(note.n_type);
-            return u"the %1 of thread %2 (+%3)"_s.arg(what).arg(thread).arg(offset - content);
+            const QString whose =
+                thread == m_pid ? u"the main thread"_s
+                                : u"thread %1 (%2)"_s.arg(thread).arg(m_threadNames.value(thread));
+            return u"the %1 of %2 (+%3)"_s.arg(what, whose).arg(offset - content);
         }
         at = next;
     }

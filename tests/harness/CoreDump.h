@@ -2,6 +2,7 @@
 
 #include <QByteArrayView>
 #include <QFile>
+#include <QHash>
 #include <QList>
 #include <QString>
 #include <memory>
@@ -18,8 +19,8 @@ public:
 
     QByteArrayView bytes() const { return m_bytes; }
     // Where a byte of the dump was in the process: "0x55d7901b9f04 [heap]+0x3cf04", or the
-    // saved state of a thread ("the vector registers of thread 4711"): the CPU's registers keep
-    // the last bytes a copy went through.
+    // saved state of a thread ("the vector registers of thread 4711 (QXcbEventQueue)"): the
+    // CPU's registers keep the last bytes a copy went through.
     QString placeOf(qsizetype offset) const;
 
 private:
@@ -36,6 +37,8 @@ private:
 
     CoreDump() = default;
 
+    qint64 m_pid = 0;
+    QHash<qint32, QString> m_threadNames;
     QFile m_file;
     QByteArrayView m_bytes;
     QString noteAt(quint64 offset) const;

@@ -7,9 +7,9 @@ using namespace Qt::StringLiterals;
 QString SecretShapes::from(QStringView alphabet, int count) {
     QString text;
     text.reserve(count);
-    std::uniform_int_distribution<qsizetype> pick(0, alphabet.size() - 1);
+    std::uniform_int_distribution<qsizetype> index(0, alphabet.size() - 1);
     for (int i = 0; i < count; ++i)
-        text += alphabet[pick(m_random)];
+        text += alphabet[index(m_random)];
     return text;
 }
 
@@ -21,6 +21,44 @@ QString SecretShapes::base64Lines(int lines, int width, QStringList& bodies) {
         text += line + u'\n';
     }
     return text;
+}
+
+namespace {
+
+const QStringList kAdjectives = {
+    u"copper"_s, u"quiet"_s,   u"golden"_s,  u"narrow"_s,  u"frozen"_s, u"distant"_s, u"gentle"_s,
+    u"hollow"_s, u"silver"_s,  u"crooked"_s, u"ancient"_s, u"bitter"_s, u"bright"_s,  u"dusty"_s,
+    u"empty"_s,  u"fragile"_s, u"green"_s,   u"heavy"_s,   u"little"_s, u"muddy"_s,   u"patient"_s,
+    u"purple"_s, u"rusty"_s,   u"sandy"_s,   u"shallow"_s, u"simple"_s, u"sleepy"_s,  u"stone"_s,
+    u"sunny"_s,  u"tender"_s,  u"wooden"_s,  u"yellow"_s};
+const QStringList kNouns = {
+    u"lantern"_s, u"meadow"_s, u"harbour"_s, u"kettle"_s,  u"orchard"_s, u"bridge"_s, u"candle"_s,
+    u"garden"_s,  u"island"_s, u"ladder"_s,  u"mirror"_s,  u"needle"_s,  u"pillow"_s, u"basket"_s,
+    u"blanket"_s, u"castle"_s, u"cottage"_s, u"feather"_s, u"forest"_s,  u"hammer"_s, u"window"_s,
+    u"violin"_s,  u"saddle"_s, u"river"_s,   u"pebble"_s,  u"pocket"_s,  u"rabbit"_s, u"shovel"_s,
+    u"teapot"_s,  u"tunnel"_s, u"valley"_s,  u"wagon"_s};
+
+QString capitalized(const QString& word) {
+    return word.left(1).toUpper() + word.mid(1);
+}
+
+} // namespace
+
+QString SecretShapes::pick(const QStringList& words) {
+    return words[std::uniform_int_distribution<qsizetype>(0, words.size() - 1)(m_random)];
+}
+
+QString SecretShapes::name(QChar separator) {
+    const QStringList words = {pick(kAdjectives), pick(kNouns), pick(kNouns)};
+    if (separator.isNull())
+        return words[0] + capitalized(words[1]) + capitalized(words[2]);
+    return words.join(separator);
+}
+
+SecretShapes::Shape SecretShapes::plainSentence() {
+    const QString phrase = u"%1 %2 by the %3 %4"_s.arg(pick(kAdjectives), pick(kNouns),
+                                                       pick(kAdjectives), pick(kNouns));
+    return {u"Please remember the %1 when you write to me tomorrow."_s.arg(phrase), {phrase}};
 }
 
 SecretShapes::Shape SecretShapes::openSshPrivateKey() {
@@ -144,42 +182,32 @@ SecretShapes::Shape SecretShapes::mixedCaseToken() {
     return {token, {token}};
 }
 
-SecretShapes::Shape SecretShapes::camelCaseShapedToken() {
-    QString token;
-    do {
-        token = from(kAlphanumeric, 24);
-    } while (
-        !QRegularExpression(u"^[A-Za-z]([a-zA-Z]|[0-9]+(?=[A-Z]|$))*$"_s).match(token).hasMatch() ||
-        !token.contains(QRegularExpression(u"[0-9]"_s)) ||
-        !token.contains(QRegularExpression(u"[a-z]"_s)));
-    return {token, {token}};
-}
-
 SecretShapes::Shape SecretShapes::cForLoop() {
-    const QString count = word();
-    const QString values = word();
+    const QString count = name();
+    const QString values = name();
     return {u"for (int i = 0; i < %1; ++i) {\n    total += %2[i];\n}"_s.arg(count, values),
             {count, values}};
 }
 
 SecretShapes::Shape SecretShapes::cppDeclaration() {
-    const QString name = word();
-    return {u"std::vector<int> %1;"_s.arg(name), {name}};
+    const QString variable = name();
+    return {u"std::vector<int> %1;"_s.arg(variable), {variable}};
 }
 
 SecretShapes::Shape SecretShapes::pythonFunction() {
-    const QString name = word();
-    return {u"def %1(items):\n    return [item.strip() for item in items if item]\n"_s.arg(name),
-            {name}};
+    const QString function = name(u'_');
+    return {
+        u"def %1(items):\n    return [item.strip() for item in items if item]\n"_s.arg(function),
+        {function}};
 }
 
 SecretShapes::Shape SecretShapes::sqlQuery() {
-    const QString table = word();
+    const QString table = name(u'_');
     return {u"SELECT id, name FROM %1 WHERE created_at > '2024-01-01' ORDER BY id;"_s.arg(table),
             {table}};
 }
 
 SecretShapes::Shape SecretShapes::gitCommit() {
-    const QString topic = word();
-    return {u"git commit -m \"Fix the %1 cache when the list is empty\""_s.arg(topic), {topic}};
+    const QString branch = name(u'-');
+    return {u"git commit -m \"Merge %1 into main\""_s.arg(branch), {branch}};
 }

@@ -34,25 +34,26 @@ public:
     // 24 characters of both cases and digits, with a lower-case letter after a digit
     // somewhere, as in most generated keys.
     Shape mixedCaseToken();
-    // The same without: every digit stands before an upper-case letter or at the end, so that
-    // it reads like camel-case words ("AbcDef9Ghi"); about one generated key in six.
-    Shape camelCaseShapedToken();
 
-    // Code.
+    // Code, with names made of words: a random name would be refused as a key.
     Shape cForLoop();
     Shape cppDeclaration();
     Shape pythonFunction();
     Shape sqlQuery();
     Shape gitCommit();
 
-    // A made-up word of 12 lower-case letters.
-    QString word() { return from(kLower, 12); }
+    // An English sentence that any filter lets through, built around a phrase drawn at
+    // random from a million: the phrase is the body.
+    Shape plainSentence();
 
 private:
     QString from(QStringView alphabet, int count);
     QString base64Lines(int lines, int width, QStringList& bodies);
+    // Made of common words, as programmers name things: "copperLanternMeadow", or joined
+    // by `separator` ("copper_lantern_meadow").
+    QString name(QChar separator = {});
+    QString pick(const QStringList& words);
 
-    static constexpr QStringView kLower = u"abcdefghijklmnopqrstuvwxyz";
     static constexpr QStringView kUpperAndDigits = u"ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789";
     static constexpr QStringView kAlphanumeric =
         u"ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789";
