@@ -70,11 +70,11 @@ void ClipboardMonitor::poll() {
     // Taken at once, so a change is considered once whether or not it carries text.
     m_lastChangeCount = count;
     // Whatever the content turns out to be (a refused secret too), once it is handled no
-    // copy of it stays in the pasteboard's buffers or in the stack the handling used. Set
-    // up before the reads, so it runs after their results are gone.
+    // copy of it stays in the pasteboard's buffers or in the stack and registers the handling
+    // used. Set up before the reads, so it runs after their results are gone.
     const auto forget = qScopeGuard([this] {
         m_pasteboard.forgetLastRead();
-        MemoryHygiene::clearStackBelow();
+        MemoryHygiene::clearScratch();
     });
     const std::optional<OwnWrite> ownWrite = std::exchange(m_ownWrite, std::nullopt);
     const std::optional<QString> text = m_pasteboard.plainText();

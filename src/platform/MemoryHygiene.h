@@ -4,9 +4,9 @@
 #include <optional>
 
 // Keeps what the agent read and let go (a refused secret above all) from lingering in its
-// memory: the allocator overwrites every block it takes back, and the stack below a finished
-// handler is cleared on request. The allocator takes its setting only when a program starts,
-// so it travels in the environment of the program being started.
+// memory: the allocator overwrites every block it takes back, and the stack and the registers
+// a finished handler used are cleared on request. The allocator takes its setting only when a
+// program starts, so it travels in the environment of the program being started.
 namespace MemoryHygiene {
 
 // For a process about to execute the agent: puts the allocator's setting into the
@@ -19,8 +19,8 @@ void prepareEnvironmentForExec();
 // the environment the user gave it.
 std::optional<QString> ensureAtStart(char** argv);
 
-// Overwrites the stack below the caller's frame, where the functions it called left their
-// locals.
-void clearStackBelow();
+// Overwrites what the functions the caller called left outside the heap: their locals in the
+// stack below the caller's frame, and the last bytes they moved in the CPU's vector registers.
+void clearScratch();
 
 } // namespace MemoryHygiene

@@ -2,6 +2,7 @@
 
 #include "platform/linux/memory/GlibcTunables.h"
 #include "platform/posix/StartEnvironment.h"
+#include "platform/posix/VectorRegisters.h"
 
 #include <cerrno>
 #include <string.h>
@@ -28,10 +29,11 @@ std::optional<QString> ensureAtStart(char** argv) {
     });
 }
 
-[[gnu::noinline]] void clearStackBelow() {
+[[gnu::noinline]] void clearScratch() {
     // Deeper than a clipboard change's handling goes: the filter, ICU and Qt's conversions.
     unsigned char region[64 * 1024];
     ::explicit_bzero(region, sizeof region);
+    VectorRegisters::clear();
 }
 
 } // namespace MemoryHygiene

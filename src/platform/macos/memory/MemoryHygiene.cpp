@@ -4,6 +4,7 @@
 #include "platform/MemoryHygiene.h"
 
 #include "platform/posix/StartEnvironment.h"
+#include "platform/posix/VectorRegisters.h"
 
 #include <cerrno>
 #include <cstdint>
@@ -45,10 +46,11 @@ std::optional<QString> ensureAtStart(char** argv) {
                                            [argv] { return executeSelf(argv); });
 }
 
-[[gnu::noinline]] void clearStackBelow() {
+[[gnu::noinline]] void clearScratch() {
     // Deeper than a clipboard change's handling goes: the filter, ICU and Qt's conversions.
     unsigned char region[64 * 1024];
     ::memset_s(region, sizeof region, 0, sizeof region);
+    VectorRegisters::clear();
 }
 
 } // namespace MemoryHygiene
