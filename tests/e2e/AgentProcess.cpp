@@ -150,6 +150,26 @@ void AgentProcess::drain(int milliseconds) {
     }
 }
 
+bool AgentProcess::waitUntilIdle(int timeoutMs) {
+    // Its event loop sleeps in poll(2) (7 on x86-64; ppoll is 271) over several descriptors;
+    // a wait inside a clipboard read or an X round trip sleeps on a futex or polls the X
+    // connection alone.
+    const QString syscall = u"/proc/%1/task/%1/syscall"_s.arg(pid());
+    const QDeadlineTimer deadline(timeoutMs);
+    while (!deadline.hasExpired() && isRunning()) {
+        QFile file(syscall);
+        if (file.open(QIODevice::ReadOnly)) {
+            const QList<QByteArray> fields = file.readAll().trimmed().split(' ');
+            bool counted = false;
+            const qint64 descriptors = fields.value(2).toLongLong(&counted, 16);
+            if ((fields.value(0) == "7" || fields.value(0) == "271") && counted && descriptors > 1)
+                return true;
+        }
+        drain(5);
+    }
+    return false;
+}
+
 void AgentProcess::advanceClock(int seconds) {
     m_clockOffset += seconds;
     QFile file(m_clockFile);

@@ -51,6 +51,10 @@ public:
     qsizetype mark() const { return m_lines.size(); }
     // Reads output for a while without expecting anything.
     void drain(int milliseconds);
+    // Waits until the agent's main thread sleeps in its event loop, done with what it was
+    // handling, without handing it anything to do (which would replace what it left in its
+    // registers and stack).
+    bool waitUntilIdle(int timeoutMs = lineTimeoutMs);
 
     // Moves the agent's wall clock forward (monotonic timers are not affected).
     void advanceClock(int seconds);
