@@ -1,8 +1,11 @@
 #include "platform/linux/desktop/XcbInputScrubber.h"
 
+#include <chrono>
 #include <cstdlib>
+#include <thread>
 #include <vector>
 #include <xcb/xcb.h>
+#include <xcb/xcbext.h>
 #include <xcb/xfixes.h>
 
 namespace {
@@ -57,6 +60,26 @@ bool XcbInputScrubber::prepare() {
     return m_bufferSized != XCB_NONE && m_registerSized != XCB_NONE;
 }
 
+void* XcbInputScrubber::awaitReply(unsigned int sequence) {
+    // Qt reads the connection on a thread of its own, which waits for the server all along:
+    // looking for the reply without reading leaves the copying to it. Should nobody read, this
+    // thread reads after a while.
+    using namespace std::chrono_literals;
+    const auto deadline = std::chrono::steady_clock::now() + 200ms;
+    void* reply = nullptr;
+    xcb_generic_error_t* error = nullptr;
+    while (std::chrono::steady_clock::now() < deadline) {
+        if (xcb_poll_for_reply(m_connection, sequence, &reply, &error)) {
+            std::free(error);
+            return reply;
+        }
+        std::this_thread::sleep_for(20us);
+    }
+    reply = xcb_wait_for_reply(m_connection, sequence, &error);
+    std::free(error);
+    return reply;
+}
+
 bool XcbInputScrubber::scrub() {
     if ((m_bufferSized == XCB_NONE || m_registerSized == XCB_NONE) && !prepare())
         return false;
@@ -71,15 +94,14 @@ bool XcbInputScrubber::scrub() {
         {xcb_xfixes_fetch_region(m_connection, m_bufferSized), kBufferSized},
         {xcb_xfixes_fetch_region(m_connection, m_registerSized), kRegisterSized},
     };
+    xcb_flush(m_connection);
     bool whole = true;
     for (const auto& fetch : fetches) {
-        xcb_generic_error_t* error = nullptr;
-        xcb_xfixes_fetch_region_reply_t* reply =
-            xcb_xfixes_fetch_region_reply(m_connection, fetch.cookie, &error);
+        auto* reply =
+            static_cast<xcb_xfixes_fetch_region_reply_t*>(awaitReply(fetch.cookie.sequence));
         whole =
             whole && reply && xcb_xfixes_fetch_region_rectangles_length(reply) == fetch.rectangles;
         std::free(reply);
-        std::free(error);
     }
     return whole;
 }

@@ -14,7 +14,8 @@ struct xcb_connection_t;
 //
 // The thread that copied the text out of the buffer also keeps its last bytes in the CPU's
 // vector registers, which glibc's memcpy uses for copies of up to about 2 KiB (larger ones
-// go by "rep movsb"). A smaller region's reply, copied by the same reader, replaces them.
+// go by "rep movsb"). A smaller region's reply, left for that same thread to read, replaces
+// them.
 class XcbInputScrubber {
 public:
     explicit XcbInputScrubber(xcb_connection_t* connection);
@@ -29,6 +30,7 @@ public:
 private:
     bool prepare();
     std::uint32_t makeRegion(int rectangles);
+    void* awaitReply(unsigned int sequence);
 
     xcb_connection_t* m_connection;
     std::uint32_t m_bufferSized = 0;
