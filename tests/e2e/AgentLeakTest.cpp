@@ -252,3 +252,36 @@ TEST_F(AgentLeakTest, RefusedSecretsLeaveNoTraceAnywhereAndCodeIsNeverSent) {
                           << "\n  copied: " << copied.shape.text.toStdString();
     }
 }
+
+// Started without `quillet` in front, the agent starts itself again once with the allocator's
+// scrubbing, keeping the user's own tunables; a scrubbing lost on the way is not chased in a
+// loop. What the process started with is in /proc.
+TEST(AgentStartTest, StartedDirectlyTheAgentRestartsOnceWithTheScrubbingAllocator) {
+    const QList<QByteArray> ours = {"glibc.malloc.perturb=165", "glibc.malloc.tcache_count=0"};
+    const struct {
+        const char* name;
+        QStringList environment;
+        QList<QByteArray> startsWith; // the tunables the process started with
+    } cases[] = {
+        {"nothing set", {}, ours},
+        {"tunables of the user's own",
+         {u"GLIBC_TUNABLES=glibc.malloc.arena_max=2"_s},
+         QList<QByteArray>{"glibc.malloc.arena_max=2"} + ours},
+        {"a restart that lost them", {u"QUILLET_USER_GLIBC_TUNABLES="_s}, {}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        AgentProcess agent;
+        ASSERT_TRUE(agent.start({.fakeClock = false,
+                                 .extraEnvironment = c.environment,
+                                 .program = u"quillet-agent"_s}));
+        ASSERT_TRUE(agent.waitForLine(exactly(u"[触发] Quillet 已启动"_s), 10'000))
+            << text(agent.lines());
+        const QByteArray started = '\0' + agent.startEnvironment();
+        EXPECT_EQ(started.contains(QByteArray("\0GLIBC_TUNABLES=", 16)), !c.startsWith.isEmpty());
+        for (const QByteArray& tunable : ours + c.startsWith) {
+            EXPECT_EQ(started.contains(tunable), c.startsWith.contains(tunable))
+                << tunable.toStdString();
+        }
+    }
+}

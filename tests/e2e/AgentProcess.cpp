@@ -11,8 +11,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-QString agentPath() {
-    return QCoreApplication::applicationDirPath() + u"/quillet"_s;
+QString programPath(const QString& name) {
+    return QCoreApplication::applicationDirPath() + u'/' + name;
 }
 
 const char* const kFakeTimeLibrary = "/usr/lib/x86_64-linux-gnu/faketime/libfaketime.so.1";
@@ -82,7 +82,7 @@ bool AgentProcess::start(const Options& options) {
     }
     m_process.setProcessEnvironment(environment);
     m_process.setWorkingDirectory(m_homePath);
-    m_process.start(agentPath(), {});
+    m_process.start(programPath(options.program), {});
     return m_process.waitForStarted(5000);
 }
 
@@ -178,6 +178,11 @@ void AgentProcess::advanceClock(int seconds) {
     file.close();
     // The agent re-reads the offset at most once a second.
     drain(2500);
+}
+
+QByteArray AgentProcess::startEnvironment() const {
+    QFile environ(u"/proc/%1/environ"_s.arg(pid()));
+    return environ.open(QIODevice::ReadOnly) ? environ.readAll() : QByteArray();
 }
 
 qint64 AgentProcess::residentBytes(const QByteArray& field) const {

@@ -23,6 +23,9 @@ public:
         // empty: a home of this process's own.
         QString home;
         bool keepsSettings = false; // start on the settings file an earlier run left
+        // The program to start, from the build's bin folder: `quillet`, which becomes the
+        // agent, or `quillet-agent` itself.
+        QString program = QStringLiteral("quillet");
     };
 
     AgentProcess();
@@ -59,6 +62,10 @@ public:
     // Moves the agent's wall clock forward (monotonic timers are not affected).
     void advanceClock(int seconds);
     qint64 pid() const { return m_process.processId(); }
+    // The environment the agent's program was started with, from /proc/<pid>/environ: its
+    // assignments, each ended by a zero byte. (glibc's start-up may have put more zero bytes
+    // into GLIBC_TUNABLES, where the colons between its settings were.)
+    QByteArray startEnvironment() const;
     // A size from /proc/<pid>/status: VmRSS, RssAnon (heap and stacks), RssFile (mapped files).
     qint64 residentBytes(const QByteArray& field = "VmRSS") const;
     bool isRunning() const { return m_process.state() == QProcess::Running; }
