@@ -91,6 +91,9 @@ void QtPasteboard::writeText(const QString& text) {
 }
 
 void QtPasteboard::forgetLastRead() {
+    // Nothing to report when it fails: without XFixes Qt sees no new clipboard owners, so
+    // nothing was read; XFixes without regions is older than 2003; a broken connection ends
+    // the program.
     if (m_inputScrubber)
         m_inputScrubber->scrub();
 }
