@@ -30,11 +30,15 @@ constexpr TextRule kTextRules[] = {
     {RejectReason::codeIdentifier, CodeShape::looksLikeCode},
 };
 
-// A text refused before the key-material rule ran may still hold a key.
-Refusal refusal(RejectReason reason, QStringView text) {
-    const bool scanned = reason == RejectReason::secretLike || reason == RejectReason::empty ||
-                         reason == RejectReason::concealed || reason == RejectReason::duplicate;
-    return {reason, reason == RejectReason::secretLike || (!scanned && KeyMaterial::foundIn(text))};
+// A text refused before the key-material rule ran may still hold a key. There is nothing to
+// look for in an empty or concealed text (kept by nobody) or in a repeat of a looked-up one.
+Refusal refusal(RejectReason reason, QStringView text, bool keyMaterialRuledOut = false) {
+    if (reason == RejectReason::secretLike)
+        return {reason, true};
+    const bool nothingToFind = keyMaterialRuledOut || reason == RejectReason::empty ||
+                               reason == RejectReason::concealed ||
+                               reason == RejectReason::duplicate;
+    return {reason, !nothingToFind && KeyMaterial::foundIn(text)};
 }
 
 } // namespace
@@ -63,9 +67,11 @@ std::optional<Refusal> firstRejection(const Capture& capture, const Settings& se
         return refusal(RejectReason::tooLong, text);
     if (previous && text == previous->text && previous->date.msecsTo(now) < duplicateWindowMs)
         return refusal(RejectReason::duplicate, text);
+    bool keyMaterialRuledOut = false;
     for (const TextRule& rule : kTextRules) {
         if (enforced(rule.reason) && rule.breaks(text))
-            return refusal(rule.reason, text);
+            return refusal(rule.reason, text, keyMaterialRuledOut);
+        keyMaterialRuledOut = keyMaterialRuledOut || rule.breaks == KeyMaterial::foundIn;
     }
     return std::nullopt;
 }
