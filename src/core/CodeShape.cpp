@@ -78,10 +78,6 @@ bool isWordCharacter(QChar c) {
     return c.isLetterOrNumber() || c == u'_';
 }
 
-bool isBlank(QChar c) {
-    return c == u' ' || c == u'\t';
-}
-
 QList<QStringView> tokensOf(QStringView line) {
     QList<QStringView> tokens;
     tokens.reserve(line.size() / 4);
@@ -299,7 +295,7 @@ bool isAssignment(QStringView line) {
     while (i < line.size() &&
            (isWordCharacter(line[i]) || UnicodeText::isAmong(line[i], u".[]'\"$>-")))
         ++i;
-    while (i < line.size() && isBlank(line[i]))
+    while (i < line.size() && UnicodeText::isBlank(line[i]))
         ++i;
     if (i < line.size() && UnicodeText::isAmong(line[i], u"+-*/%|&^:."))
         ++i;
@@ -316,7 +312,7 @@ qsizetype commentStart(QStringView line, QChar sign) {
          i = line.indexOf(sign, i + 1)) {
         const QChar next = line[i + 1];
         const bool opens = sign == u'#' ? next == u' ' : next == u'/' || next == u'*';
-        if (opens && isBlank(line[i - 1]))
+        if (opens && UnicodeText::isBlank(line[i - 1]))
             return i;
     }
     return line.size();

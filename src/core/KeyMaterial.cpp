@@ -31,10 +31,6 @@ constexpr QStringView kAuthorizationSchemes[] = {u"bearer", u"basic", u"token", 
 constexpr qsizetype kCardDigitsMin = 13;
 constexpr qsizetype kCardDigitsMax = 19;
 
-bool isBlank(QChar c) {
-    return c == u' ' || c == u'\t';
-}
-
 bool isSpace(QChar c) {
     return UnicodeText::isWhiteSpace(c.unicode());
 }
@@ -47,13 +43,9 @@ bool isLineEnd(QChar c) {
     return UnicodeText::isLineBreak(c.unicode());
 }
 
-bool isAsciiDigit(QChar c) {
-    return c >= u'0' && c <= u'9';
-}
-
 bool isKeyCharacter(QChar c) {
-    return (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z') || isAsciiDigit(c) || c == u'_' ||
-           c == u'-' || c == u'.';
+    return (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z') || UnicodeText::isAsciiDigit(c) ||
+           c == u'_' || c == u'-' || c == u'.';
 }
 
 bool isQuote(QChar c) {
@@ -163,7 +155,7 @@ bool namesAuthorization(QStringView name) {
 // The key name that ends just before `end` (a separator's position), or an empty view.
 QStringView keyBefore(QStringView text, qsizetype end) {
     qsizetype last = end;
-    while (last > 0 && isBlank(text[last - 1]))
+    while (last > 0 && UnicodeText::isBlank(text[last - 1]))
         --last;
     const bool quoted = last > 0 && isQuote(text[last - 1]);
     if (quoted)
@@ -192,7 +184,7 @@ struct Value {
 // address's query.
 Value valueAfter(QStringView text, qsizetype start, bool inQuery, QChar pairQuote) {
     qsizetype at = start;
-    while (at < text.size() && isBlank(text[at]))
+    while (at < text.size() && UnicodeText::isBlank(text[at]))
         ++at;
     if (at < text.size() && isQuote(text[at])) {
         const QChar quote = text[at];
@@ -251,8 +243,8 @@ bool assignsSecret(QStringView text, qsizetype at) {
     if (value.quoted || !UnicodeText::containsWhiteSpace(value.text))
         return true;
     // `NAME=a few words` is still a setting; `Name: a few words` is prose.
-    const bool settingForm =
-        c == u'=' && !isBlank(previous) && at + 1 < text.size() && !isBlank(text[at + 1]);
+    const bool settingForm = c == u'=' && !UnicodeText::isBlank(previous) && at + 1 < text.size() &&
+                             !UnicodeText::isBlank(text[at + 1]);
     return settingForm || (namesAuthorization(key) && opensWithAuthorizationScheme(value.text));
 }
 
@@ -391,7 +383,7 @@ bool holdsCardNumber(QStringView text) {
     qsizetype at = 0;
     while (at < text.size()) {
         const bool startsNumber =
-            isAsciiDigit(text[at]) && (at == 0 || !(text[at - 1].isLetterOrNumber()));
+            UnicodeText::isAsciiDigit(text[at]) && (at == 0 || !(text[at - 1].isLetterOrNumber()));
         if (!startsNumber) {
             ++at;
             continue;
@@ -401,11 +393,12 @@ bool holdsCardNumber(QStringView text) {
         QString digits;
         qsizetype end = at;
         while (end < text.size()) {
-            if (isAsciiDigit(text[end])) {
+            if (UnicodeText::isAsciiDigit(text[end])) {
                 digits += text[end++];
                 continue;
             }
-            const bool groupEnd = end + 1 < text.size() && isAsciiDigit(text[end + 1]) &&
+            const bool groupEnd = end + 1 < text.size() &&
+                                  UnicodeText::isAsciiDigit(text[end + 1]) &&
                                   (text[end] == u' ' || text[end] == u'-');
             if (!groupEnd)
                 break;

@@ -64,18 +64,6 @@ const IcuRegex& drivePathExpression() {
     return expression;
 }
 
-template <typename Visit> void forEachCodePoint(QStringView text, Visit visit) {
-    for (qsizetype i = 0; i < text.size(); ++i) {
-        char32_t codePoint = text[i].unicode();
-        if (text[i].isHighSurrogate() && i + 1 < text.size() && text[i + 1].isLowSurrogate()) {
-            codePoint = QChar::surrogateToUcs4(text[i], text[i + 1]);
-            ++i;
-        }
-        if (!visit(codePoint))
-            return;
-    }
-}
-
 // No code point below U+0300 is Prepend, Extend, ZWJ or SpacingMark, nor an ideograph.
 constexpr char32_t kFirstJoiningCodePoint = 0x0300;
 
@@ -87,10 +75,6 @@ int clusterBreakClass(char32_t codePoint) {
 
 bool isAsciiLetter(QChar unit) {
     return UnicodeText::isAsciiLetter(char32_t(unit.unicode()));
-}
-
-bool isAsciiDigit(QChar unit) {
-    return unit >= u'0' && unit <= u'9';
 }
 
 // What the token rules ask of one character, judged by its first code point.
@@ -105,7 +89,7 @@ Traits traitsOf(QStringView character) {
     if (character.size() == 1 && character[0].unicode() < 0x80) { // most tokens: no ICU calls
         const QChar unit = character[0];
         return {isAsciiLetter(unit), unit >= u'a' && unit <= u'z', unit >= u'A' && unit <= u'Z',
-                isAsciiDigit(unit)};
+                UnicodeText::isAsciiDigit(unit)};
     }
     const auto codePoint = static_cast<UChar32>(UnicodeText::firstCodePoint(character));
     return {bool(u_hasBinaryProperty(codePoint, UCHAR_ALPHABETIC)), bool(u_isULowercase(codePoint)),
@@ -169,7 +153,8 @@ bool couldBeHost(QStringView text) {
     bool dotted = false;
     for (QChar unit : host) {
         dotted = dotted || unit == u'.';
-        if (!(unit == u'.' || unit == u'-' || isAsciiDigit(unit) || (unit >= u'a' && unit <= u'z')))
+        if (!(unit == u'.' || unit == u'-' || UnicodeText::isAsciiDigit(unit) ||
+              (unit >= u'a' && unit <= u'z')))
             return false;
     }
     return dotted;
@@ -254,7 +239,7 @@ bool looksLikeEnglish(QStringView text) {
     bool pendingLetter = false;
     bool afterPrepend = false;
     bool oddIdeograph = false;
-    forEachCodePoint(text, [&](char32_t codePoint) {
+    UnicodeText::forEachCodePoint(text, [&](char32_t codePoint) {
         if (codePoint >= 0x3400 && UnicodeText::isHan(codePoint)) { // an ideograph of class Other
             if (pendingLetter)
                 ++asciiLetters;
@@ -343,7 +328,7 @@ bool looksLikeIdentifier(QStringView text) {
                  [&](QStringView character, const Traits&, bool opens, qsizetype) {
                      const QChar unit = character.size() == 1 ? character[0] : QChar();
                      inDigits = !opens && inDigits;
-                     if (isAsciiDigit(unit))
+                     if (UnicodeText::isAsciiDigit(unit))
                          inDigits = true;
                      else
                          shaped = isAsciiLetter(unit) && !inDigits;
@@ -368,7 +353,7 @@ bool looksLikeSecret(QStringView text) {
 
 bool isCJK(QStringView character) {
     bool ideograph = false;
-    forEachCodePoint(character, [&ideograph](char32_t codePoint) {
+    UnicodeText::forEachCodePoint(character, [&ideograph](char32_t codePoint) {
         ideograph = u_hasBinaryProperty(static_cast<UChar32>(codePoint), UCHAR_IDEOGRAPHIC);
         return !ideograph;
     });

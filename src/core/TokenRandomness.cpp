@@ -89,14 +89,10 @@ Character classify(char32_t codePoint) {
 std::vector<Character> characters(QStringView token) {
     std::vector<Character> result;
     result.reserve(size_t(token.size()));
-    for (qsizetype i = 0; i < token.size(); ++i) {
-        char32_t codePoint = token[i].unicode();
-        if (token[i].isHighSurrogate() && i + 1 < token.size() && token[i + 1].isLowSurrogate()) {
-            codePoint = QChar::surrogateToUcs4(token[i], token[i + 1]);
-            ++i;
-        }
+    UnicodeText::forEachCodePoint(token, [&result](char32_t codePoint) {
         result.push_back(classify(codePoint));
-    }
+        return true;
+    });
     return result;
 }
 

@@ -29,29 +29,30 @@ bool isSimpleText(QStringView text) {
 // (prepended marks, flags, Hangul syllables, emoji joined by ZWJ, Indic conjuncts): the break
 // iterator knows those. Most text with accents or emoji takes this path, at a fraction of the
 // iterator's cost.
+int breakClassOf(char32_t codePoint) {
+    if (codePoint == u'\r')
+        return U_GCB_CR;
+    if (codePoint == u'\n')
+        return U_GCB_LF;
+    if (codePoint < 0x20)
+        return U_GCB_CONTROL;
+    if (codePoint < 0x7F)
+        return U_GCB_OTHER;
+    // U+00AD, for one, is a control here.
+    return u_getIntPropertyValue(static_cast<UChar32>(codePoint), UCHAR_GRAPHEME_CLUSTER_BREAK);
+}
+
 std::optional<qsizetype> countWithoutBreaker(QStringView text) {
     qsizetype count = 0;
     int previous = -1; // the class before, -1 at the start
-    for (qsizetype i = 0; i < text.size(); ++i) {
-        char32_t codePoint = text[i].unicode();
-        if (text[i].isHighSurrogate() && i + 1 < text.size() && text[i + 1].isLowSurrogate()) {
-            codePoint = QChar::surrogateToUcs4(text[i], text[i + 1]);
-            ++i;
-        }
-        int breakClass = U_GCB_OTHER;
-        if (codePoint == u'\r')
-            breakClass = U_GCB_CR;
-        else if (codePoint == u'\n')
-            breakClass = U_GCB_LF;
-        else if (codePoint < 0x20)
-            breakClass = U_GCB_CONTROL;
-        else if (codePoint >= 0x7F) { // U+00AD, for one, is a control here
+    bool simple = true;
+    forEachCodePoint(text, [&](char32_t codePoint) {
+        const int breakClass = breakClassOf(codePoint);
+        if (codePoint >= 0x7F) {
             const auto point = static_cast<UChar32>(codePoint);
-            breakClass = u_getIntPropertyValue(point, UCHAR_GRAPHEME_CLUSTER_BREAK);
             const bool joinsEmoji =
                 previous == U_GCB_ZWJ && u_hasBinaryProperty(point, UCHAR_EXTENDED_PICTOGRAPHIC);
-            if (joinsEmoji || u_getCombiningClass(point) == kViramaClass)
-                return std::nullopt;
+            simple = !joinsEmoji && u_getCombiningClass(point) != kViramaClass;
         }
         switch (breakClass) {
         case U_GCB_EXTEND:
@@ -71,11 +72,12 @@ std::optional<qsizetype> countWithoutBreaker(QStringView text) {
             ++count;
             break;
         default:
-            return std::nullopt;
+            simple = false;
         }
         previous = breakClass;
-    }
-    return count;
+        return simple;
+    });
+    return simple ? std::optional(count) : std::nullopt;
 }
 
 // Making a break iterator costs far more than one walk, so each thread keeps one. A walk

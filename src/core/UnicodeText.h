@@ -36,6 +36,29 @@ constexpr bool isLineBreak(char32_t codePoint) {
            codePoint == 0x2029;
 }
 
+// Spaces and tabs: the padding within a line.
+constexpr bool isBlank(QChar c) {
+    return c == u' ' || c == u'\t';
+}
+
+constexpr bool isAsciiDigit(QChar c) {
+    return c >= u'0' && c <= u'9';
+}
+
+// Calls `visit` with each code point in order (a lone surrogate as itself); stops early when it
+// returns false. For walks that need no characters, which cost a segmenter.
+template <typename Visit> void forEachCodePoint(QStringView text, Visit visit) {
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        char32_t codePoint = text[i].unicode();
+        if (text[i].isHighSurrogate() && i + 1 < text.size() && text[i + 1].isLowSurrogate()) {
+            codePoint = QChar::surrogateToUcs4(text[i], text[i + 1]);
+            ++i;
+        }
+        if (!visit(codePoint))
+            return;
+    }
+}
+
 // Whether `text` holds `needle`. QStringView::contains is slow with a string needle; searching
 // for its first unit is fast.
 bool holds(QStringView text, QStringView needle);
