@@ -4,15 +4,17 @@
 // (tests/harness/desktop-session) or with QT_QPA_PLATFORM=offscreen.
 #include "LatencyCounters.h"
 #include "core/AppCore.h"
-#include "core/LookupEngine.h"
 #include "dictionary/BundledDictionary.h"
 #include "dictionary/SystemDictionaryCatalog.h"
 #include "harness/ScriptedPasteboard.h"
+#include "logs/EventLog.h"
+#include "lookup/LookupEngine.h"
 #include "notebook/Vocabulary.h"
+#include "platform/Platform.h"
 #include "platform/TranslationEngineFactory.h"
-#include "settings/EventLog.h"
 #include "settings/FilterPreferences.h"
 #include "settings/Preferences.h"
+#include "settings/TranslationSettings.h"
 #include "settings/TriggerSettings.h"
 #include "ui/NotchPanel.h"
 
@@ -48,7 +50,8 @@ QStringList commonWords(int count) {
 void CopyToPanel(benchmark::State& state) {
     EventLog& log = EventLog::shared();
     Preferences& preferences = Preferences::shared();
-    const std::unique_ptr<TranslationEngine> translator = TranslationEngineFactory::create();
+    const std::unique_ptr<TranslationEngine> translator =
+        TranslationEngineFactory::create(TranslationSettings::shared(), log);
     const SystemDictionaryCatalog catalog(preferences);
     const LookupEngine engine({.bundled = BundledDictionary::shared(),
                                .catalog = catalog,
@@ -106,6 +109,7 @@ int main(int argc, char** argv) {
     for (const char* variable :
          {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_STATE_HOME", "XDG_CACHE_HOME"})
         qunsetenv(variable);
+    Platform::install();
     QApplication application(argc, argv);
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();

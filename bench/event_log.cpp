@@ -3,8 +3,8 @@
 // microseconds (counters median_us and p99_us).
 
 #include "LatencyCounters.h"
-#include "settings/DiagnosticLog.h"
-#include "settings/EventLog.h"
+#include "logs/DiagnosticLog.h"
+#include "logs/EventLog.h"
 
 #include <QTemporaryDir>
 #include <benchmark/benchmark.h>

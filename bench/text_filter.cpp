@@ -1,6 +1,6 @@
 // The whole capture chain on texts at the standard length limit (budget: 50 µs a run).
-#include "core/CaptureFilter.h"
-#include "core/UnicodeText.h"
+#include "base/UnicodeText.h"
+#include "filter/CaptureFilter.h"
 
 #include <benchmark/benchmark.h>
 

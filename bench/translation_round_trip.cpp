@@ -6,9 +6,9 @@
 
 #include "LatencyCounters.h"
 #include "harness/FakeModelServer.h"
+#include "logs/EventLog.h"
 #include "platform/linux/translation/LocalModelTranslationEngine.h"
 #include "settings/DefaultsStore.h"
-#include "settings/EventLog.h"
 #include "settings/TranslationSettings.h"
 
 #include <QCoreApplication>

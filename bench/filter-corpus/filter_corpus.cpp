@@ -6,8 +6,8 @@
 // rates and their targets. --show prints N records of a category that went the given way.
 // Texts are judged as copied text with the default settings: "show everything" off, the
 // standard length limit, no previous query.
-#include "core/CaptureFilter.h"
-#include "core/RejectReason.h"
+#include "filter/CaptureFilter.h"
+#include "filter/RejectReason.h"
 
 #include <QCoreApplication>
 #include <QDateTime>

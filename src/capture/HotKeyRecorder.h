@@ -1,6 +1,6 @@
 #pragma once
 
-#include "capture/HotKeySpec.h"
+#include "keys/HotKeySpec.h"
 
 #include <QString>
 #include <functional>

@@ -1,11 +1,11 @@
 #pragma once
 
+#include "base/Cancellation.h"
 #include "capture/ClipboardMonitor.h"
-#include "core/Cancellation.h"
-#include "core/CaptureFilter.h"
-#include "core/LookupEngine.h"
-#include "core/LookupResult.h"
-#include "core/RejectReason.h"
+#include "filter/CaptureFilter.h"
+#include "filter/RejectReason.h"
+#include "lookup/LookupEngine.h"
+#include "lookup/LookupResult.h"
 
 #include <QCoroTask>
 #include <QDateTime>

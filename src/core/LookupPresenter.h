@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/LookupResult.h"
+#include "lookup/LookupResult.h"
 
 #include <QList>
 #include <QString>

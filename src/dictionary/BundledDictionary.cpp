@@ -1,9 +1,9 @@
 #include "dictionary/BundledDictionary.h"
 
-#include "core/UnicodeText.h"
+#include "base/UnicodeText.h"
+#include "logs/EventLog.h"
 #include "platform/SafeFiles.h"
 #include "settings/AppPaths.h"
-#include "settings/EventLog.h"
 
 #include <QFileInfo>
 #include <sqlite3.h>

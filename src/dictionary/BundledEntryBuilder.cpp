@@ -1,7 +1,7 @@
 #include "dictionary/BundledEntryBuilder.h"
 
-#include "core/IcuRegex.h"
-#include "core/UnicodeText.h"
+#include "base/IcuRegex.h"
+#include "base/UnicodeText.h"
 
 using namespace Qt::StringLiterals;
 

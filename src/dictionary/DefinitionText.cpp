@@ -1,6 +1,6 @@
 #include "dictionary/DefinitionText.h"
 
-#include "core/UnicodeText.h"
+#include "base/UnicodeText.h"
 #include "dictionary/BundledEntryBuilder.h"
 
 #include <QHash>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/IcuRegex.h"
+#include "base/IcuRegex.h"
 
 #include <QList>
 #include <QString>

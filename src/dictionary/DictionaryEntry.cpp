@@ -1,7 +1,7 @@
 #include "dictionary/DictionaryEntry.h"
 
-#include "core/IcuRegex.h"
-#include "core/UnicodeText.h"
+#include "base/IcuRegex.h"
+#include "base/UnicodeText.h"
 
 #include <algorithm>
 #include <array>

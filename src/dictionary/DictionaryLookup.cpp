@@ -1,6 +1,6 @@
 #include "dictionary/DictionaryLookup.h"
 
-#include "core/UnicodeText.h"
+#include "base/UnicodeText.h"
 #include "dictionary/DefinitionText.h"
 #include "dictionary/PlainDefinitionParser.h"
 #include "dictionary/WebsterDefinitionParser.h"

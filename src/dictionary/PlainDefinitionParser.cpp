@@ -1,6 +1,6 @@
 #include "dictionary/PlainDefinitionParser.h"
 
-#include "core/UnicodeText.h"
+#include "base/UnicodeText.h"
 #include "dictionary/BundledEntryBuilder.h"
 
 using namespace Qt::StringLiterals;

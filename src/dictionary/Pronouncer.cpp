@@ -1,7 +1,7 @@
 #include "dictionary/Pronouncer.h"
 
-#include "core/TextFilter.h"
-#include "core/UnicodeText.h"
+#include "base/UnicodeText.h"
+#include "filter/TextFilter.h"
 
 using namespace Qt::StringLiterals;
 

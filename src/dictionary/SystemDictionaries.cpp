@@ -1,8 +1,8 @@
 #include "dictionary/SystemDictionaries.h"
 
-#include "core/UnicodeText.h"
+#include "base/UnicodeText.h"
 #include "dictionary/DictionaryLookup.h"
-#include "settings/EventLog.h"
+#include "logs/EventLog.h"
 
 #include <QHash>
 #include <QSet>

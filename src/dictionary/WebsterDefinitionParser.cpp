@@ -1,6 +1,6 @@
 #include "dictionary/WebsterDefinitionParser.h"
 
-#include "core/UnicodeText.h"
+#include "base/UnicodeText.h"
 
 #include <QHash>
 

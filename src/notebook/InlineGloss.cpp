@@ -1,11 +1,6 @@
 #include "notebook/InlineGloss.h"
 
-#include "core/LookupEngine.h"
-#include "core/TextFilter.h"
-#include "core/UnsupportedTranslationEngine.h"
-#include "dictionary/BundledDictionary.h"
-#include "dictionary/SystemDictionaryCatalog.h"
-#include "settings/Preferences.h"
+#include "filter/TextFilter.h"
 
 #include <QStringList>
 
@@ -29,19 +24,6 @@ std::optional<QString> glossOf(const DictionaryEntry& entry) {
 }
 
 } // namespace
-
-InlineGloss& InlineGloss::shared() {
-    static InlineGloss gloss([](const QString& word) {
-        static const SystemDictionaryCatalog catalog(Preferences::shared());
-        static UnsupportedTranslationEngine translator;
-        static const LookupEngine engine({.bundled = BundledDictionary::shared(),
-                                          .catalog = catalog,
-                                          .translator = translator,
-                                          .logError = {}});
-        return engine.firstWordSource(word);
-    });
-    return gloss;
-}
 
 std::optional<QString> InlineGloss::gloss(const QString& word) {
     if (TextFilter::kind(word) != QueryKind::word)

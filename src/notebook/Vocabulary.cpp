@@ -1,14 +1,14 @@
 #include "notebook/Vocabulary.h"
 
-#include "core/TextFilter.h"
-#include "core/UnicodeText.h"
+#include "base/UnicodeText.h"
+#include "filter/TextFilter.h"
+#include "logs/EventLog.h"
 #include "notebook/InlineGloss.h"
 #include "notebook/VocabularyArchive.h"
 #include "platform/PlatformPaths.h"
 #include "platform/SafeFiles.h"
 #include "settings/DefaultsJson.h"
 #include "settings/DefaultsStore.h"
-#include "settings/EventLog.h"
 #include "settings/Preferences.h"
 
 #include <QDir>
@@ -41,20 +41,6 @@ Vocabulary::Entry legacyEntry(const QString& word, const VocabularyArchive::Lega
 }
 
 } // namespace
-
-Vocabulary& Vocabulary::shared() {
-    static Vocabulary vocabulary(Dependencies{
-        .store = DefaultsStore::shared(),
-        .recordingEnabled = [] { return Preferences::shared().vocabularyEnabled(); },
-        .log =
-            [](const QString& content) {
-                EventLog::shared().append(EventLog::Kind::result, content);
-            },
-        .folder = PlatformPaths::dataDirectory(),
-        .gloss = [](const QString& text) { return InlineGloss::shared().gloss(text); },
-    });
-    return vocabulary;
-}
 
 Vocabulary::Vocabulary(Dependencies dependencies, QObject* parent)
     : QObject(parent), m_deps(std::move(dependencies)) {

@@ -1,6 +1,6 @@
 // The notebook's texts: source captions, day titles and the export lines.
 
-#include "core/UnicodeText.h"
+#include "base/UnicodeText.h"
 #include "notebook/Vocabulary.h"
 
 #include <algorithm>

@@ -22,5 +22,8 @@ std::optional<QString> ensureAtStart(char** argv);
 // Overwrites what the functions the caller called left outside the heap: their locals in the
 // stack below the caller's frame, and the last bytes they moved in the CPU's vector registers.
 void clearScratch();
+// Has the allocator give every large block back to the system when it is freed, so a
+// megabyte-sized copy does not stay in a heap that never shrinks.
+void returnLargeBlocks();
 
 } // namespace MemoryHygiene

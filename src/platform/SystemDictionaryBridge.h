@@ -2,6 +2,7 @@
 
 #include <QList>
 #include <QString>
+#include <functional>
 #include <optional>
 
 // The dictionaries installed on the system, read one by one. Each OS supplies the functions;
@@ -16,6 +17,15 @@ struct Handle {
 
     bool operator==(const Handle& other) const { return identifier == other.identifier; }
 };
+
+// What an OS supplies; the program's start-up hands it over (Platform::install). Until then
+// nothing is installed.
+struct Backend {
+    std::function<bool()> isAvailable;
+    std::function<QList<Handle>()> activeDictionaries;
+    std::function<std::optional<QString>(const QString& word, const Handle& handle)> rawDefinition;
+};
+void use(Backend backend);
 
 // Whether dictionaries can be read one by one; when not, only the whole-system definition
 // (the first dictionary's answer) is available.

@@ -1,8 +1,11 @@
 #pragma once
 
-#include "core/TranslationEngine.h"
+#include "lookup/TranslationEngine.h"
 
 #include <memory>
+
+class EventLog;
+class TranslationSettings;
 
 // The sentence translator of this platform, set up from the user's settings.
 namespace TranslationEngineFactory {
@@ -11,6 +14,7 @@ namespace TranslationEngineFactory {
 // sooner than the agent, whose lookups a newer one replaces anyway.
 enum class Waiter { agent, commandLine };
 
-std::unique_ptr<TranslationEngine> create(Waiter waiter = Waiter::agent);
+std::unique_ptr<TranslationEngine> create(TranslationSettings& settings, EventLog& log,
+                                          Waiter waiter = Waiter::agent);
 
 } // namespace TranslationEngineFactory

@@ -1,9 +1,9 @@
 #include "settings/DefaultsStore.h"
 
+#include "logs/EventLog.h"
 #include "platform/PlatformPaths.h"
 #include "platform/SafeFiles.h"
 #include "settings/DefaultsJson.h"
-#include "settings/EventLog.h"
 
 #include <QDateTime>
 #include <QDir>

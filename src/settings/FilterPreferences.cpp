@@ -1,17 +1,12 @@
 #include "settings/FilterPreferences.h"
 
+#include "logs/EventLog.h"
 #include "settings/DefaultsStore.h"
-#include "settings/EventLog.h"
 
 using namespace Qt::StringLiterals;
 
 namespace {
 const QString kShowsEverything = u"filter.showsEverything"_s;
-}
-
-FilterPreferences& FilterPreferences::shared() {
-    static FilterPreferences preferences(DefaultsStore::shared(), EventLog::shared());
-    return preferences;
 }
 
 FilterPreferences::FilterPreferences(DefaultsStore& store, EventLog& log, QObject* parent)

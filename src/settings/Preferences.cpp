@@ -1,6 +1,5 @@
 #include "settings/Preferences.h"
 
-#include "dictionary/SystemDictionaries.h"
 #include "platform/LaunchAtLogin.h"
 #include "settings/DefaultsStore.h"
 
@@ -18,13 +17,6 @@ const QString kRemovedDictionaries = u"removedDictionaries"_s;
 const QString kReopenTarget = u"reopenTarget"_s;
 
 } // namespace
-
-Preferences& Preferences::shared() {
-    static Preferences preferences(DefaultsStore::shared(),
-                                   Dictionaries{&SystemDictionaries::activeIdentifiers,
-                                                &SystemDictionaries::givesChineseGloss});
-    return preferences;
-}
 
 Preferences::Preferences(DefaultsStore& store, Dictionaries dictionaries, QObject* parent)
     : QObject(parent), m_store(store), m_dictionaries(std::move(dictionaries)) {

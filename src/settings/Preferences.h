@@ -1,7 +1,7 @@
 #pragma once
 
-#include "core/TranslationLimit.h"
-#include "dictionary/DictionaryOrder.h"
+#include "filter/TranslationLimit.h"
+#include "settings/DictionaryOrder.h"
 
 #include <QObject>
 #include <QString>

@@ -1,9 +1,9 @@
 #include "settings/RenameMigration.h"
 
+#include "logs/EventLog.h"
 #include "platform/PlatformPaths.h"
 #include "settings/DefaultsJson.h"
 #include "settings/DefaultsStore.h"
-#include "settings/EventLog.h"
 
 #include <QDir>
 #include <QFile>

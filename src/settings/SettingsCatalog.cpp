@@ -213,7 +213,7 @@ Setting hotKeySetting(TriggerSettings& triggers) {
 } // namespace
 
 SettingsCatalog::SettingsCatalog(Preferences& preferences, TriggerSettings& triggers,
-                                 FilterPreferences& filter,
+                                 FilterPreferences& filter, TranslationSettings& translation,
                                  std::function<QStringList()> installedDictionaries) {
     using PointerKey = TriggerSettings::PointerKey;
     using Method = TriggerSettings::Method;
@@ -290,7 +290,7 @@ SettingsCatalog::SettingsCatalog(Preferences& preferences, TriggerSettings& trig
             u"filter.showsEverything"_s, [&filter] { return filter.showsEverything(); },
             [&filter](bool v) { filter.setShowsEverything(v); }),
     };
-    m_settings.append(translationSettings(TranslationSettings::shared()));
+    m_settings.append(translationSettings(translation));
 }
 
 const SettingsCatalog::Setting* SettingsCatalog::find(const QString& key) const {

@@ -8,6 +8,7 @@
 
 class FilterPreferences;
 class Preferences;
+class TranslationSettings;
 class TriggerSettings;
 
 // Every user setting by its key, read and written as text through the settings objects, so
@@ -25,6 +26,7 @@ public:
     // `installedDictionaries`: the identifiers a dictionary order may name ("bundled" and the
     // system's dictionaries).
     SettingsCatalog(Preferences& preferences, TriggerSettings& triggers, FilterPreferences& filter,
+                    TranslationSettings& translation,
                     std::function<QStringList()> installedDictionaries);
 
     const QList<Setting>& settings() const { return m_settings; }

@@ -17,11 +17,6 @@ const QString TranslationSettings::defaultEndpoint = u"http://127.0.0.1:11434"_s
 // large share of Chinese text, and under a licence that lets anyone run it.
 const QString TranslationSettings::defaultModel = u"qwen2.5:1.5b"_s;
 
-TranslationSettings& TranslationSettings::shared() {
-    static TranslationSettings settings(DefaultsStore::shared());
-    return settings;
-}
-
 TranslationSettings::TranslationSettings(DefaultsStore& store, QObject* parent)
     : QObject(parent), m_store(store) {
     m_store.registerDefaults(

@@ -23,11 +23,6 @@ const QString kHotKey = u"trigger.hotKey"_s;
 
 } // namespace
 
-TriggerSettings& TriggerSettings::shared() {
-    static TriggerSettings settings(DefaultsStore::shared());
-    return settings;
-}
-
 TriggerSettings::TriggerSettings(DefaultsStore& defaults, QObject* parent)
     : QObject(parent), m_store(defaults) {
     m_isMuted = m_store.boolValue(kMuted);

@@ -1,6 +1,6 @@
 #include "ui/EventLogWindow.h"
 
-#include "settings/EventLog.h"
+#include "logs/EventLog.h"
 
 #include <QVBoxLayout>
 

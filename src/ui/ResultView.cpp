@@ -1,6 +1,6 @@
 #include "ui/ResultView.h"
 
-#include "core/TextFilter.h"
+#include "filter/TextFilter.h"
 #include "ui/ActionBar.h"
 #include "ui/HeadlineView.h"
 #include "ui/SenseListView.h"

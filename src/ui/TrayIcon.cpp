@@ -1,6 +1,6 @@
 #include "ui/TrayIcon.h"
 
-#include "settings/EventLog.h"
+#include "logs/EventLog.h"
 #include "settings/TriggerSettings.h"
 #include "ui/EventLogWindow.h"
 #include "ui/Icons.h"

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "core/LookupResult.h"
 #include "harness/QtPrinters.h"
+#include "lookup/LookupResult.h"
 #include "ui/NotchPanel.h"
 
 #include <QAbstractButton>

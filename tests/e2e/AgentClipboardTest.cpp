@@ -1,5 +1,5 @@
 #include "AgentProcess.h"
-#include "core/RejectReason.h"
+#include "filter/RejectReason.h"
 #include "harness/FakeModelServer.h"
 #include "harness/ForeignClipboard.h"
 #include "harness/QuilletProcess.h"

@@ -1,5 +1,5 @@
 // libFuzzer target: the reader of system-dictionary definitions on arbitrary UTF-8.
-#include "core/UnicodeText.h"
+#include "base/UnicodeText.h"
 #include "dictionary/DictionaryLookup.h"
 #include "dictionary/WebsterDefinitionParser.h"
 

@@ -1,8 +1,8 @@
 // libFuzzer target: a dictd index over arbitrary bytes, which also serve as the text its
 // lines point into. Opens it, then looks up the headword of every line it holds, a few
 // fixed words and the numbers of each column.
-#include "platform/linux/dictionaries/DictZipFile.h"
-#include "platform/linux/dictionaries/DictdDatabase.h"
+#include "dictionary/formats/DictZipFile.h"
+#include "dictionary/formats/DictdDatabase.h"
 
 #include <QList>
 #include <cstdint>

@@ -1,7 +1,7 @@
 // libFuzzer target: the reader of dictionary texts (dictzip, plain gzip, uncompressed) over
 // arbitrary bytes held in an anonymous in-memory file. The first byte picks the form and the
 // next eight where to read; whatever opens must read exactly what is asked or nothing.
-#include "platform/linux/dictionaries/DictZipFile.h"
+#include "dictionary/formats/DictZipFile.h"
 
 #include <cstdint>
 #include <cstdlib>

@@ -1,7 +1,7 @@
 // libFuzzer target: arbitrary text as a model's answer to an arbitrary original, both UTF-8,
 // split at the first NUL byte (original first).
 #include "FuzzCheck.h"
-#include "core/UnicodeText.h"
+#include "base/UnicodeText.h"
 #include "platform/linux/translation/ModelAnswerCleanup.h"
 
 #include <cstdint>

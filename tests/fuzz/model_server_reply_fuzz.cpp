@@ -2,7 +2,7 @@
 // connection to both protocols' calls. The first bytes choose the call, the status and where
 // a streamed body is cut into chunks; the rest is the body.
 #include "FuzzCheck.h"
-#include "core/TimerSource.h"
+#include "base/TimerSource.h"
 #include "platform/linux/translation/OllamaProtocol.h"
 #include "platform/linux/translation/OpenAiProtocol.h"
 

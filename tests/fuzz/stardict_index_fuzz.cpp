@@ -1,10 +1,10 @@
 // libFuzzer target: StarDict's description, word lists and entry data from arbitrary bytes.
 // The first byte picks the record tail (synonyms, 32- or 64-bit offsets) and the count the
 // list claims; the rest is the list itself, and also an .ifo and an entry.
-#include "platform/linux/dictionaries/MarkupText.h"
-#include "platform/linux/dictionaries/StarDictDictionary.h"
-#include "platform/linux/dictionaries/StarDictIndex.h"
-#include "platform/linux/dictionaries/StarDictInfo.h"
+#include "dictionary/formats/MarkupText.h"
+#include "dictionary/formats/StarDictDictionary.h"
+#include "dictionary/formats/StarDictIndex.h"
+#include "dictionary/formats/StarDictInfo.h"
 
 #include <cstdint>
 #include <cstdlib>

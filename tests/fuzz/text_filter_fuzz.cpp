@@ -1,10 +1,10 @@
 // libFuzzer target: every text rule and the capture chain on arbitrary UTF-8.
-#include "core/CaptureFilter.h"
-#include "core/CodeShape.h"
-#include "core/KeyMaterial.h"
-#include "core/TextFilter.h"
-#include "core/TokenRandomness.h"
-#include "core/UnicodeText.h"
+#include "base/UnicodeText.h"
+#include "filter/CaptureFilter.h"
+#include "filter/CodeShape.h"
+#include "filter/KeyMaterial.h"
+#include "filter/TextFilter.h"
+#include "filter/TokenRandomness.h"
 
 #include <cstdint>
 #include <cstdlib>

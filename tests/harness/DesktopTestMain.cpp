@@ -1,4 +1,5 @@
 #include "harness/TemporaryHome.h"
+#include "platform/Platform.h"
 
 #include <QApplication>
 #include <QDir>
@@ -29,6 +30,7 @@ int main(int argc, char** argv) {
     qputenv("XDG_RUNTIME_DIR", runtime.toUtf8());
     qputenv("QT_QPA_PLATFORM", "xcb");
 
+    Platform::install();
     QApplication application(argc, argv);
     testing::InitGoogleTest(&argc, argv);
     return RUN_ALL_TESTS();

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/linux/dictionaries/DictionaryDefect.h"
+#include "dictionary/formats/DictionaryDefect.h"
 
 #include <QByteArray>
 #include <QFile>

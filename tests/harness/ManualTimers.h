@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/TimerSource.h"
+#include "base/TimerSource.h"
 
 #include <QList>
 #include <chrono>

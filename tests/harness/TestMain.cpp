@@ -1,4 +1,5 @@
 #include "harness/TemporaryHome.h"
+#include "platform/Platform.h"
 
 #include <QCoreApplication>
 #include <gtest/gtest.h>
@@ -10,6 +11,7 @@ int main(int argc, char** argv) {
     const QTemporaryDir home;
     if (!useTemporaryHome(home))
         return 1;
+    Platform::install();
     QCoreApplication application(argc, argv);
     testing::InitGoogleTest(&argc, argv);
     return RUN_ALL_TESTS();

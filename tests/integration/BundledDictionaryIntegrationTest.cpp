@@ -1,8 +1,8 @@
 // Lookups against the full word database built from ECDICT.
 
-#include "core/TextFilter.h"
-#include "core/UnicodeText.h"
+#include "base/UnicodeText.h"
 #include "dictionary/BundledDictionary.h"
+#include "filter/TextFilter.h"
 #include "harness/QuilletProcess.h"
 #include "settings/AppPaths.h"
 

@@ -1,4 +1,4 @@
-#include "core/Cancellation.h"
+#include "base/Cancellation.h"
 
 #include <gtest/gtest.h>
 

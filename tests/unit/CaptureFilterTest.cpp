@@ -1,4 +1,4 @@
-#include "core/CaptureFilter.h"
+#include "filter/CaptureFilter.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "core/CodeShape.h"
+#include "filter/CodeShape.h"
 
 #include <QString>
 #include <gtest/gtest.h>

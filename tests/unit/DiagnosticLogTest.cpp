@@ -1,4 +1,4 @@
-#include "settings/DiagnosticLog.h"
+#include "logs/DiagnosticLog.h"
 
 #include "harness/QtPrinters.h"
 

@@ -1,4 +1,4 @@
-#include "platform/linux/dictionaries/DictZipFile.h"
+#include "dictionary/formats/DictZipFile.h"
 
 #include "harness/DictionaryFiles.h"
 #include "harness/QtPrinters.h"

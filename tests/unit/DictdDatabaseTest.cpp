@@ -1,4 +1,4 @@
-#include "platform/linux/dictionaries/DictdDatabase.h"
+#include "dictionary/formats/DictdDatabase.h"
 
 #include "harness/DictdWriter.h"
 #include "harness/DictionaryFiles.h"

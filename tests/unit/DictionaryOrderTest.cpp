@@ -1,4 +1,4 @@
-#include "dictionary/DictionaryOrder.h"
+#include "settings/DictionaryOrder.h"
 
 #include <gtest/gtest.h>
 #include <harness/QtPrinters.h>

@@ -1,4 +1,4 @@
-#include "settings/EventLog.h"
+#include "logs/EventLog.h"
 
 #include "harness/QtPrinters.h"
 

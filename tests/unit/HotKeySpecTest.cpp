@@ -1,8 +1,8 @@
-#include "capture/HotKeySpec.h"
+#include "keys/HotKeySpec.h"
 
 #include "capture/HotKeyRecorder.h"
-#include "capture/MacKeyCodes.h"
 #include "harness/QtPrinters.h"
+#include "keys/MacKeyCodes.h"
 
 #include <QList>
 #include <QtCore/qnamespace.h>

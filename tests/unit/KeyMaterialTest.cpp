@@ -1,4 +1,4 @@
-#include "core/KeyMaterial.h"
+#include "filter/KeyMaterial.h"
 
 #include <QStringList>
 #include <gtest/gtest.h>

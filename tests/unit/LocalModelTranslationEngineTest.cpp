@@ -3,8 +3,8 @@
 #include "harness/FakeModelServer.h"
 #include "harness/ManualTimers.h"
 #include "harness/QtPrinters.h"
+#include "logs/EventLog.h"
 #include "settings/DefaultsStore.h"
-#include "settings/EventLog.h"
 #include "settings/TranslationSettings.h"
 
 #include <QSignalSpy>

@@ -1,9 +1,9 @@
-#include "core/LookupEngine.h"
+#include "lookup/LookupEngine.h"
 
-#include "core/TranslationEngine.h"
 #include "dictionary/BundledDictionary.h"
 #include "harness/FixtureDatabase.h"
 #include "harness/QtPrinters.h"
+#include "lookup/TranslationEngine.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 #include "dictionary/Pronouncer.h"
 
-#include "dictionary/QtSpeaker.h"
+#include "desktop/QtSpeaker.h"
 #include "harness/QtPrinters.h"
 
 #include <QTextToSpeech>

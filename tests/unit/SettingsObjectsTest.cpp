@@ -1,6 +1,6 @@
 #include "harness/QtPrinters.h"
+#include "logs/EventLog.h"
 #include "settings/DefaultsStore.h"
-#include "settings/EventLog.h"
 #include "settings/FilterPreferences.h"
 #include "settings/Preferences.h"
 #include "settings/TriggerSettings.h"

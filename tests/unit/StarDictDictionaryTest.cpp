@@ -1,4 +1,4 @@
-#include "platform/linux/dictionaries/StarDictDictionary.h"
+#include "dictionary/formats/StarDictDictionary.h"
 
 #include "harness/DictionaryFiles.h"
 #include "harness/QtPrinters.h"

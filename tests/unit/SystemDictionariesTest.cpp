@@ -2,7 +2,7 @@
 
 #include "harness/QtPrinters.h"
 #include "harness/StarDictWriter.h"
-#include "settings/EventLog.h"
+#include "logs/EventLog.h"
 
 #include <QDir>
 #include <QFile>

@@ -1,4 +1,4 @@
-#include "core/TextFilter.h"
+#include "filter/TextFilter.h"
 
 #include <gtest/gtest.h>
 #include <initializer_list>

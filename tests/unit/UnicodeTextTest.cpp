@@ -1,4 +1,4 @@
-#include "core/UnicodeText.h"
+#include "base/UnicodeText.h"
 
 #include "harness/QtPrinters.h"
 

@@ -1,9 +1,9 @@
 #include "EcdictConverter.h"
 
-#include "core/IcuRegex.h"
-#include "core/QueryKind.h"
-#include "core/TextFilter.h"
-#include "core/UnicodeText.h"
+#include "base/IcuRegex.h"
+#include "base/UnicodeText.h"
+#include "filter/QueryKind.h"
+#include "filter/TextFilter.h"
 
 #include <QByteArray>
 #include <QFileInfo>

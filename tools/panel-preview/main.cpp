@@ -2,7 +2,7 @@
 //   QT_QPA_PLATFORM=offscreen panel-preview OUTPUT_DIR [--readme FILE]
 // --readme also writes the word result on a strip of desktop, as shown in the README.
 
-#include "core/LookupResult.h"
+#include "lookup/LookupResult.h"
 #include "ui/Icons.h"
 #include "ui/NotchPanel.h"
 

@@ -3,19 +3,21 @@
 #include "SingleInstance.h"
 #include "TerminationSignals.h"
 #include "core/AppCore.h"
-#include "core/LookupEngine.h"
 #include "dictionary/BundledDictionary.h"
 #include "dictionary/Pronouncer.h"
 #include "dictionary/SystemDictionaryCatalog.h"
+#include "logs/DiagnosticLog.h"
+#include "logs/EventLog.h"
+#include "lookup/LookupEngine.h"
 #include "notebook/Vocabulary.h"
+#include "platform/MemoryHygiene.h"
 #include "platform/SystemPasteboard.h"
 #include "platform/TranslationEngineFactory.h"
 #include "settings/DefaultsStore.h"
-#include "settings/DiagnosticLog.h"
-#include "settings/EventLog.h"
 #include "settings/FilterPreferences.h"
 #include "settings/Preferences.h"
 #include "settings/RenameMigration.h"
+#include "settings/TranslationSettings.h"
 #include "settings/TriggerSettings.h"
 #include "ui/NotchPanel.h"
 #include "ui/TrayIcon.h"
@@ -28,7 +30,6 @@
 #include <QTimer>
 #include <QUrl>
 #include <cstdio>
-#include <malloc.h>
 
 using namespace Qt::StringLiterals;
 
@@ -89,11 +90,7 @@ int run(int argc, char** argv) {
             stderr);
         return 69;
     }
-    // A copied text may be megabytes. glibc would raise its mmap threshold after freeing
-    // such a block and serve the next ones from the heap, which then never shrinks; a fixed
-    // threshold hands every large block back to the system when it is freed.
-    mallopt(M_MMAP_THRESHOLD, 256 * 1024);
-    mallopt(M_TRIM_THRESHOLD, 1024 * 1024);
+    MemoryHygiene::returnLargeBlocks();
     QApplication application(argc, argv);
     QApplication::setApplicationName(u"Quillet"_s);
     QApplication::setQuitOnLastWindowClosed(false);
@@ -120,7 +117,8 @@ int run(int argc, char** argv) {
     Vocabulary& vocabulary = Vocabulary::shared();
 
     const std::unique_ptr<Pasteboard> pasteboard = makeSystemPasteboard();
-    const std::unique_ptr<TranslationEngine> translator = TranslationEngineFactory::create();
+    const std::unique_ptr<TranslationEngine> translator =
+        TranslationEngineFactory::create(TranslationSettings::shared(), log);
     const SystemDictionaryCatalog catalog(preferences);
     BundledDictionary& bundled = BundledDictionary::shared();
     const LookupEngine engine({.bundled = bundled,

@@ -1,5 +1,6 @@
 #include "QuilletApp.h"
 #include "platform/MemoryHygiene.h"
+#include "platform/Platform.h"
 
 #include <QByteArray>
 #include <cstdio>
@@ -10,5 +11,6 @@ int main(int argc, char** argv) {
     if (const std::optional<QString> failure = MemoryHygiene::ensureAtStart(argv))
         std::fprintf(stderr, "Quillet：释放的内存不会被清除（%s）\n",
                      failure->toUtf8().constData());
+    Platform::install();
     return QuilletApp::run(argc, argv);
 }

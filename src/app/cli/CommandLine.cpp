@@ -1,5 +1,6 @@
 #include "cli/CommandLine.h"
 
+#include "base/UnicodeText.h"
 #include "cli/DictionariesCommand.h"
 #include "cli/LogCommand.h"
 #include "cli/LookupAllCommand.h"
@@ -9,18 +10,18 @@
 #include "cli/SettingsCommand.h"
 #include "cli/TranslateSetupCommand.h"
 #include "cli/Usage.h"
-#include "core/CaptureFilter.h"
-#include "core/LookupEngine.h"
-#include "core/LookupLogLines.h"
-#include "core/TextFilter.h"
-#include "core/UnicodeText.h"
 #include "dictionary/BundledDictionary.h"
 #include "dictionary/SystemDictionaryCatalog.h"
+#include "filter/CaptureFilter.h"
+#include "filter/TextFilter.h"
+#include "logs/DiagnosticLog.h"
+#include "logs/EventLog.h"
+#include "lookup/LookupEngine.h"
+#include "lookup/LookupLogLines.h"
 #include "platform/TranslationEngineFactory.h"
 #include "settings/DefaultsStore.h"
-#include "settings/DiagnosticLog.h"
-#include "settings/EventLog.h"
 #include "settings/Preferences.h"
+#include "settings/TranslationSettings.h"
 
 #include <QCoreApplication>
 #include <QDateTime>
@@ -81,7 +82,8 @@ int lookup(const TextInvocation& invocation) {
 
     const SystemDictionaryCatalog catalog(Preferences::shared());
     const std::unique_ptr<TranslationEngine> translator =
-        TranslationEngineFactory::create(TranslationEngineFactory::Waiter::commandLine);
+        TranslationEngineFactory::create(TranslationSettings::shared(), EventLog::shared(),
+                                         TranslationEngineFactory::Waiter::commandLine);
     // A first translation can take a while; say why before the answer comes.
     QObject::connect(translator.get(), &TranslationEngine::notice,
                      [](const QString& text) { Output::line(stderr, text); });

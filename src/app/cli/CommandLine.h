@@ -1,7 +1,7 @@
 #pragma once
 
-#include "core/CaptureFilter.h"
-#include "core/RejectReason.h"
+#include "filter/CaptureFilter.h"
+#include "filter/RejectReason.h"
 
 #include <QString>
 #include <QStringList>

@@ -2,8 +2,8 @@
 
 #include "cli/CommandLine.h"
 #include "cli/Output.h"
+#include "logs/DiagnosticLog.h"
 #include "platform/SafeFiles.h"
-#include "settings/DiagnosticLog.h"
 
 #include <variant>
 

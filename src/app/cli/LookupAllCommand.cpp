@@ -1,14 +1,14 @@
 #include "cli/LookupAllCommand.h"
 
+#include "base/UnicodeText.h"
 #include "cli/CommandLine.h"
 #include "cli/Output.h"
 #include "cli/ResultRendering.h"
-#include "core/LookupEngine.h"
-#include "core/TextFilter.h"
-#include "core/UnicodeText.h"
-#include "core/UnsupportedTranslationEngine.h"
 #include "dictionary/BundledDictionary.h"
 #include "dictionary/SystemDictionaryCatalog.h"
+#include "filter/TextFilter.h"
+#include "lookup/LookupEngine.h"
+#include "lookup/UnsupportedTranslationEngine.h"
 #include "settings/Preferences.h"
 
 using namespace Qt::StringLiterals;

@@ -1,10 +1,10 @@
 #include "cli/NotebookCommand.h"
 
+#include "base/UnicodeText.h"
 #include "cli/CommandLine.h"
 #include "cli/Output.h"
 #include "cli/ResultRendering.h"
 #include "cli/TerminalText.h"
-#include "core/UnicodeText.h"
 #include "notebook/Vocabulary.h"
 #include "platform/SafeFiles.h"
 #include "settings/RenameMigration.h"

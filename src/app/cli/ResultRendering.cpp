@@ -1,7 +1,7 @@
 #include "cli/ResultRendering.h"
 
+#include "base/UnicodeText.h"
 #include "cli/CommandLine.h"
-#include "core/UnicodeText.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>

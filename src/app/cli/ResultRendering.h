@@ -1,9 +1,9 @@
 #pragma once
 
-#include "core/LookupError.h"
-#include "core/LookupResult.h"
-#include "core/QueryKind.h"
-#include "core/RejectReason.h"
+#include "filter/QueryKind.h"
+#include "filter/RejectReason.h"
+#include "lookup/LookupError.h"
+#include "lookup/LookupResult.h"
 
 #include <QByteArray>
 #include <QString>

@@ -8,6 +8,7 @@
 #include "settings/Preferences.h"
 #include "settings/RenameMigration.h"
 #include "settings/SettingsCatalog.h"
+#include "settings/TranslationSettings.h"
 #include "settings/TriggerSettings.h"
 
 using namespace Qt::StringLiterals;
@@ -44,6 +45,7 @@ int run(const QStringList& arguments) {
     RenameMigration::runIfNeeded();
     const SettingsCatalog catalog(
         Preferences::shared(), TriggerSettings::shared(), FilterPreferences::shared(),
+        TranslationSettings::shared(),
         [] { return QStringList{u"bundled"_s} + SystemDictionaries::activeIdentifiers(); });
 
     if (action == u"list"_s) {

@@ -2,6 +2,7 @@
 
 #include "cli/CommandLine.h"
 #include "cli/Output.h"
+#include "logs/EventLog.h"
 #include "platform/TranslationEngineFactory.h"
 #include "settings/RenameMigration.h"
 #include "settings/TranslationSettings.h"
@@ -77,7 +78,8 @@ int run(const QStringList& arguments) {
                                              ollama ? u"Ollama 接口"_s : u"OpenAI 兼容接口"_s));
     Output::line(stdout, u"模型：%1"_s.arg(settings.model()));
 
-    const std::unique_ptr<TranslationEngine> engine = TranslationEngineFactory::create();
+    const std::unique_ptr<TranslationEngine> engine =
+        TranslationEngineFactory::create(TranslationSettings::shared(), EventLog::shared());
     QCoro::waitFor(engine->refreshAssetStatus());
     const TranslationAssetStatus status = engine->assetStatus();
     Output::line(stdout, u"状态："_s + stateWords(status));

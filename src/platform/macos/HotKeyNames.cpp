@@ -1,7 +1,7 @@
 #include "platform/HotKeyNames.h"
 
-#include "capture/HotKeySpec.h"
-#include "capture/MacKeyCodes.h"
+#include "keys/HotKeySpec.h"
+#include "keys/MacKeyCodes.h"
 
 using namespace Qt::StringLiterals;
 

@@ -1,8 +1,8 @@
 #include "platform/linux/dictionaries/DictionaryShelf.h"
 
-#include "platform/linux/dictionaries/DictdDatabase.h"
-#include "platform/linux/dictionaries/StarDictDictionary.h"
-#include "settings/EventLog.h"
+#include "dictionary/formats/DictdDatabase.h"
+#include "dictionary/formats/StarDictDictionary.h"
+#include "logs/EventLog.h"
 
 #include <QDir>
 #include <QFileInfo>

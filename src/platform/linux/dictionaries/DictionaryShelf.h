@@ -1,8 +1,8 @@
 #pragma once
 
+#include "dictionary/formats/FileStamp.h"
+#include "dictionary/formats/InstalledDictionary.h"
 #include "platform/SystemDictionaryBridge.h"
-#include "platform/linux/dictionaries/FileStamp.h"
-#include "platform/linux/dictionaries/InstalledDictionary.h"
 
 #include <QHash>
 #include <QList>

@@ -5,6 +5,7 @@
 #include "platform/posix/VectorRegisters.h"
 
 #include <cerrno>
+#include <malloc.h>
 #include <string.h>
 #include <unistd.h>
 
@@ -34,6 +35,13 @@ std::optional<QString> ensureAtStart(char** argv) {
     unsigned char region[64 * 1024];
     ::explicit_bzero(region, sizeof region);
     VectorRegisters::clear();
+}
+
+// glibc would raise its mmap threshold after freeing a large block and serve the next ones
+// from the heap; a fixed threshold hands every large block back when it is freed.
+void returnLargeBlocks() {
+    mallopt(M_MMAP_THRESHOLD, 256 * 1024);
+    mallopt(M_TRIM_THRESHOLD, 1024 * 1024);
 }
 
 } // namespace MemoryHygiene

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "core/Cancellation.h"
-#include "core/TimerSource.h"
+#include "base/Cancellation.h"
+#include "base/TimerSource.h"
 
 #include <QByteArray>
 #include <QCoroTask>

@@ -3,7 +3,7 @@
 #include "ModelAnswerCleanup.h"
 #include "OllamaProtocol.h"
 #include "OpenAiProtocol.h"
-#include "settings/EventLog.h"
+#include "logs/EventLog.h"
 #include "settings/TranslationSettings.h"
 
 #include <QHostAddress>

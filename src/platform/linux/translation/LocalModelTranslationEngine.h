@@ -1,8 +1,8 @@
 #pragma once
 
 #include "ModelServerProtocol.h"
-#include "core/TimerSource.h"
-#include "core/TranslationEngine.h"
+#include "base/TimerSource.h"
+#include "lookup/TranslationEngine.h"
 
 #include <QStringList>
 #include <chrono>

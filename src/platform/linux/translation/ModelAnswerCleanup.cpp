@@ -1,9 +1,9 @@
 #include "ModelAnswerCleanup.h"
 
-#include "core/IcuRegex.h"
-#include "core/QueryKind.h"
-#include "core/TextFilter.h"
-#include "core/UnicodeText.h"
+#include "base/IcuRegex.h"
+#include "base/UnicodeText.h"
+#include "filter/QueryKind.h"
+#include "filter/TextFilter.h"
 
 #include <QStringList>
 #include <array>

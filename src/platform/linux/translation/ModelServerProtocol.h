@@ -1,7 +1,7 @@
 #pragma once
 
 #include "HttpExchange.h"
-#include "core/Cancellation.h"
+#include "base/Cancellation.h"
 
 #include <QCoroTask>
 #include <QJsonArray>

@@ -53,4 +53,7 @@ std::optional<QString> ensureAtStart(char** argv) {
     VectorRegisters::clear();
 }
 
+// The system allocator returns large blocks by itself.
+void returnLargeBlocks() {}
+
 } // namespace MemoryHygiene

@@ -1,11 +1,11 @@
 #include "platform/TranslationEngineFactory.h"
 
-#include "core/UnsupportedTranslationEngine.h"
+#include "lookup/UnsupportedTranslationEngine.h"
 
 namespace TranslationEngineFactory {
 
 // Until the system's own translation is wired in, sentences report it honestly.
-std::unique_ptr<TranslationEngine> create(Waiter) {
+std::unique_ptr<TranslationEngine> create(TranslationSettings&, EventLog&, Waiter) {
     return std::make_unique<UnsupportedTranslationEngine>();
 }
 
