@@ -8,8 +8,9 @@
 # also holds the system's dictd and StarDict dictionaries); `quillet --version` shows what
 # starting and ending the program costs before any lookup. Every process runs in a clean
 # environment with a home of its own, so the user's settings and dictionaries stay out.
-#   RUNS (default 50) timed runs per row after 10 warm-up runs; MEMORY_RUNS (default 15);
-#   WORD (default water); QUILLET_STARDICT_DIR: where the converted data is kept.
+#   RUNS (default 50) timed runs per row, in ROUNDS (default 5) that take turns, after
+#   warm-up runs; MEMORY_RUNS (default 15); WORD (default water); QUILLET_STARDICT_DIR:
+#   where the converted data is kept.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 build="${QUILLET_BUILD_DIR:-build}"
@@ -66,14 +67,24 @@ median() {
         END { print (NR % 2) ? v[(NR + 1) / 2] : (v[NR / 2] + v[NR / 2 + 1]) / 2 }'
 }
 
+# The rows take turns in rounds, so that a change in the machine's load falls on all of them.
+rounds="${ROUNDS:-5}"
+for round in $(seq "$rounds"); do
+    for i in "${!names[@]}"; do
+        run_in "${homes[$i]}" hyperfine -N --warmup "$((round == 1 ? 10 : 3))" \
+            --runs "$(((runs + rounds - 1) / rounds))" --style none \
+            --export-json "$work/time-$i-$round.json" "${commands[$i]}" \
+            >/dev/null 2>"$work/hyperfine.log" || { cat "$work/hyperfine.log" >&2; exit 1; }
+    done
+done
+
 times=() cpu=() memory=() libraries=()
 for i in "${!names[@]}"; do
-    run_in "${homes[$i]}" hyperfine -N --warmup 10 --runs "$runs" --style none \
-        --export-json "$work/time-$i.json" "${commands[$i]}" >/dev/null 2>"$work/hyperfine.log" ||
-        { cat "$work/hyperfine.log" >&2; exit 1; }
-    read -r wall processor < <(python3 -c 'import json, sys
-r = json.load(open(sys.argv[1]))["results"][0]
-print(r["median"] * 1000, (r["user"] + r["system"]) * 1000)' "$work/time-$i.json")
+    read -r wall processor < <(python3 -c 'import json, statistics, sys
+results = [json.load(open(path))["results"][0] for path in sys.argv[1:]]
+wall = statistics.median(t for r in results for t in r["times"])
+processor = statistics.mean(r["user"] + r["system"] for r in results)
+print(wall * 1000, processor * 1000)' "$work"/time-"$i"-*.json)
     times+=("$wall") cpu+=("$processor")
     for _ in $(seq "$memory_runs"); do
         # shellcheck disable=SC2086
