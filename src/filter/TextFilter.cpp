@@ -194,8 +194,11 @@ bool looksLikeURLOrPath(QStringView text) {
         return true;
     if (trimmed.contains(u'@') && emailExpression().matches(trimmed))
         return true;
+    // A drive path has its colon and backslash right after the letter; looking first keeps
+    // the expression (and ICU's start-up cost) away from every other text.
+    const bool drivePathShape = trimmed.size() >= 3 && trimmed[1] == u':' && trimmed[2] == u'\\';
     if (trimmed.startsWith(u'/') || trimmed.startsWith(u"~/") ||
-        drivePathExpression().matches(trimmed))
+        (drivePathShape && drivePathExpression().matches(trimmed)))
         return true;
     if (UnicodeText::containsWhiteSpace(trimmed))
         return false;
