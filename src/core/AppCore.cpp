@@ -19,8 +19,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-AppCore* gShared = nullptr;
-
 // Translated sentences are kept as sentences; everything else the panel shows is a word.
 Vocabulary::Kind notebookKind(const LookupResult& result) {
     return result.isTranslation() && TextFilter::kind(result.term) != QueryKind::word
@@ -34,25 +32,17 @@ QString wordOrSentence(const QString& trimmed) {
 
 } // namespace
 
-AppCore* AppCore::shared() {
-    return gShared;
-}
-
 QString AppCore::clipboardFeature() {
     return u"复制查词"_s;
 }
 
 AppCore::AppCore(Dependencies dependencies, QObject* parent)
     : QObject(parent), m_deps(std::move(dependencies)),
-      m_clipboard(m_deps.pasteboard, std::chrono::milliseconds(m_deps.clipboardPollMs)) {
-    gShared = this;
-}
+      m_clipboard(m_deps.pasteboard, std::chrono::milliseconds(m_deps.clipboardPollMs)) {}
 
 AppCore::~AppCore() {
     if (m_inFlight)
         m_inFlight->cancel();
-    if (gShared == this)
-        gShared = nullptr;
 }
 
 void AppCore::start() {

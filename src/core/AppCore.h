@@ -58,9 +58,6 @@ public:
         int clipboardPollMs = 400;
     };
 
-    // The process's coordinator, once the application object has made it.
-    static AppCore* shared();
-
     explicit AppCore(Dependencies dependencies, QObject* parent = nullptr);
     ~AppCore() override;
 

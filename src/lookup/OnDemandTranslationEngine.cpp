@@ -2,8 +2,8 @@
 
 #include "lookup/UnsupportedTranslationEngine.h"
 
-OnDemandTranslationEngine::OnDemandTranslationEngine(Opener open, QObject* parent)
-    : TranslationEngine(parent), m_open(std::move(open)) {}
+OnDemandTranslationEngine::OnDemandTranslationEngine(Opener open, EventLog& log, QObject* parent)
+    : TranslationEngine(parent), m_open(std::move(open)), m_log(log) {}
 
 OnDemandTranslationEngine::~OnDemandTranslationEngine() = default;
 
@@ -12,7 +12,7 @@ TranslationEngine& OnDemandTranslationEngine::engine() const {
         m_engine = m_open ? m_open() : nullptr;
         // An engine that cannot be opened answers as a platform without one does.
         if (!m_engine)
-            m_engine = std::make_unique<UnsupportedTranslationEngine>();
+            m_engine = std::make_unique<UnsupportedTranslationEngine>(m_log);
         auto* self = const_cast<OnDemandTranslationEngine*>(this);
         connect(m_engine.get(), &TranslationEngine::assetStatusChanged, self,
                 &TranslationEngine::assetStatusChanged);

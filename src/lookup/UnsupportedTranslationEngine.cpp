@@ -8,6 +8,9 @@ namespace {
 const QString kUnavailable = u"翻译服务不可用"_s;
 }
 
+UnsupportedTranslationEngine::UnsupportedTranslationEngine(EventLog& log, QObject* parent)
+    : TranslationEngine(parent), m_log(log) {}
+
 TranslationAssetStatus UnsupportedTranslationEngine::assetStatus() const {
     return TranslationAssetStatus::unsupported;
 }
@@ -27,6 +30,6 @@ QCoro::Task<PreparationOutcome>
 UnsupportedTranslationEngine::prepareInteractively(CancellationToken token) {
     if (token.isCancelled())
         co_return Cancelled{};
-    EventLog::shared().append(EventLog::Kind::error, u"语言包检查失败："_s + kUnavailable);
+    m_log.append(EventLog::Kind::error, u"语言包检查失败："_s + kUnavailable);
     co_return TranslationFailure{kUnavailable};
 }

@@ -154,3 +154,17 @@ TEST_F(TranslationCommandTest, FailedAnswerIsNamedInTheLogAndNothingElseReachesT
         EXPECT_EQ(server.received("/api/chat"), c.path == "/api/chat");
     }
 }
+
+// The network stack and the model server's client are opened only when a lookup reaches the
+// translator: the dynamic loader's own report of the files it opened says so.
+TEST_F(TranslationCommandTest, OnlyASentenceLoadsTheTranslationClient) {
+    environment.insert(u"LD_DEBUG"_s, u"files"_s);
+    const auto loaded = [this](const QString& text) {
+        const QuilletProcess::Run run = quillet({u"lookup"_s, text});
+        EXPECT_EQ(run.exitCode, 0) << run.err.toStdString();
+        return std::pair{run.err.contains(u"libquillet_model_server.so"_s),
+                         run.err.contains(u"libQt6Network.so"_s)};
+    };
+    EXPECT_EQ(loaded(u"water"_s), std::pair(false, false));
+    EXPECT_EQ(loaded(kSentence), std::pair(true, true));
+}

@@ -7,6 +7,7 @@
 #include "dictionary/BundledDictionary.h"
 #include "dictionary/SystemDictionaryCatalog.h"
 #include "filter/TextFilter.h"
+#include "logs/EventLog.h"
 #include "lookup/LookupEngine.h"
 #include "lookup/UnsupportedTranslationEngine.h"
 #include "settings/Preferences.h"
@@ -31,7 +32,8 @@ int run(const CommandLine::TextInvocation& invocation) {
     }
 
     const SystemDictionaryCatalog catalog(Preferences::shared());
-    UnsupportedTranslationEngine translator; // dictionaries only: nothing is translated
+    UnsupportedTranslationEngine translator(
+        EventLog::shared()); // dictionaries only: nothing is translated
     const LookupEngine engine({.bundled = BundledDictionary::shared(),
                                .catalog = catalog,
                                .translator = translator,

@@ -41,7 +41,7 @@ FilterPreferences& FilterPreferences::shared() {
 InlineGloss& InlineGloss::shared() {
     static InlineGloss gloss([](const QString& word) {
         static const SystemDictionaryCatalog catalog(Preferences::shared());
-        static UnsupportedTranslationEngine translator;
+        static UnsupportedTranslationEngine translator(EventLog::shared());
         static const LookupEngine engine({.bundled = BundledDictionary::shared(),
                                           .catalog = catalog,
                                           .translator = translator,

@@ -73,7 +73,7 @@ std::unique_ptr<TranslationEngine> openModelServer(TranslationSettings& settings
 std::unique_ptr<TranslationEngine> create(TranslationSettings& settings, EventLog& log,
                                           Waiter waiter) {
     return std::make_unique<OnDemandTranslationEngine>(
-        [&settings, &log, waiter] { return openModelServer(settings, log, waiter); });
+        [&settings, &log, waiter] { return openModelServer(settings, log, waiter); }, log);
 }
 
 } // namespace TranslationEngineFactory

@@ -5,8 +5,8 @@
 namespace TranslationEngineFactory {
 
 // Until the system's own translation is wired in, sentences report it honestly.
-std::unique_ptr<TranslationEngine> create(TranslationSettings&, EventLog&, Waiter) {
-    return std::make_unique<UnsupportedTranslationEngine>();
+std::unique_ptr<TranslationEngine> create(TranslationSettings&, EventLog& log, Waiter) {
+    return std::make_unique<UnsupportedTranslationEngine>(log);
 }
 
 } // namespace TranslationEngineFactory
