@@ -108,9 +108,15 @@ bool givesChineseGloss(const QString& identifier) {
     if (identifier == kAppleDictionary)
         return false;
     const std::optional<SystemDictionaryBridge::Handle> handle = activeHandle(identifier);
-    if (!handle)
+    return handle && givesChineseGloss(*handle);
+}
+
+bool givesChineseGloss(const SystemDictionaryBridge::Handle& handle) {
+    if (knownBilingual().contains(handle.identifier))
+        return true;
+    if (handle.identifier == kAppleDictionary)
         return false;
-    const std::optional<QString> text = SystemDictionaryBridge::rawDefinition(kProbeWord, *handle);
+    const std::optional<QString> text = SystemDictionaryBridge::rawDefinition(kProbeWord, handle);
     if (!text)
         return false;
     // An entry of the Chinese-to-English direction says nothing about English words.

@@ -17,6 +17,7 @@ QStringList activeIdentifiers();
 // one whose entry for "water" has an English headword and Chinese outside 〈…〉 labels. Asks
 // the dictionary every time; callers cache.
 bool givesChineseGloss(const QString& identifier);
+bool givesChineseGloss(const SystemDictionaryBridge::Handle& handle);
 
 // The short label on a source's tab in the panel.
 QString tabName(const QString& identifier, const QString& fullName);

@@ -15,6 +15,11 @@ void use(Backend chosen) {
     backend() = std::move(chosen);
 }
 
+void followChanges() {
+    if (backend().followChanges)
+        backend().followChanges();
+}
+
 bool isAvailable() {
     return backend().isAvailable && backend().isAvailable();
 }

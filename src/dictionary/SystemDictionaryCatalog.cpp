@@ -12,6 +12,10 @@ QStringList SystemDictionaryCatalog::effectiveDictionaryOrder() const {
     return m_preferences.effectiveDictionaryOrder();
 }
 
+bool SystemDictionaryCatalog::bundledComesFirst() const {
+    return m_preferences.bundledLeadsOrder();
+}
+
 std::optional<QList<WordSourceCatalog::SystemDictionary>>
 SystemDictionaryCatalog::activeDictionaries() const {
     if (!SystemDictionaryBridge::isAvailable())
@@ -44,5 +48,20 @@ SystemDictionaryCatalog::parseDefinition(const QString& text,
 }
 
 bool SystemDictionaryCatalog::givesChineseGloss(const QString& identifier) const {
-    return SystemDictionaries::givesChineseGloss(identifier);
+    std::optional<SystemDictionaryBridge::Handle> handle;
+    for (const SystemDictionaryBridge::Handle& each : SystemDictionaryBridge::activeDictionaries())
+        if (each.identifier == identifier)
+            handle = each;
+    const QString version = handle ? handle->version : QString();
+    {
+        const std::lock_guard lock(m_verdictsMutex);
+        const auto known = m_verdicts.constFind(identifier);
+        if (known != m_verdicts.constEnd() && known->version == version)
+            return known->chineseGloss;
+    }
+    const bool verdict = handle ? SystemDictionaries::givesChineseGloss(*handle)
+                                : SystemDictionaries::givesChineseGloss(identifier);
+    const std::lock_guard lock(m_verdictsMutex);
+    m_verdicts.insert(identifier, {version, verdict});
+    return verdict;
 }

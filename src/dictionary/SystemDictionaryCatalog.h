@@ -2,6 +2,9 @@
 
 #include "dictionary/WordSourceCatalog.h"
 
+#include <QHash>
+#include <mutex>
+
 class Preferences;
 
 // The dictionaries a lookup walks: the user's order from the preferences, the dictionaries
@@ -11,6 +14,7 @@ public:
     explicit SystemDictionaryCatalog(const Preferences& preferences);
 
     QStringList effectiveDictionaryOrder() const override;
+    bool bundledComesFirst() const override;
     std::optional<QList<SystemDictionary>> activeDictionaries() const override;
     std::optional<QString> definition(const SystemDictionary& dictionary,
                                       const QString& term) const override;
@@ -20,5 +24,13 @@ public:
     bool givesChineseGloss(const QString& identifier) const override;
 
 private:
+    struct Verdict {
+        QString version; // of the dictionary's files when it was judged
+        bool chineseGloss = false;
+    };
+
     const Preferences& m_preferences;
+    // Judging a dictionary asks it for a word; asked again only when its files change.
+    mutable std::mutex m_verdictsMutex;
+    mutable QHash<QString, Verdict> m_verdicts;
 };

@@ -22,6 +22,9 @@ public:
 
     // Source identifiers in lookup order; "bundled" names the built-in database.
     virtual QStringList effectiveDictionaryOrder() const = 0;
+    // Whether that order begins with "bundled", when that is known without listing the
+    // system's dictionaries; false when unsure.
+    virtual bool bundledComesFirst() const { return false; }
     // The active system dictionaries, or nothing when they cannot be read one by one (then
     // the whole-system definition stands in for all of them).
     virtual std::optional<QList<SystemDictionary>> activeDictionaries() const = 0;
@@ -31,7 +34,8 @@ public:
     virtual std::optional<QString> wholeSystemDefinition(const QString& term) const = 0;
     virtual QList<DictionaryEntry> parseDefinition(const QString& text,
                                                    const QString& fallbackHeadword) const = 0;
-    // A bilingual dictionary that glosses English in Chinese.
+    // A bilingual dictionary that glosses English in Chinese. Callers ask freely: the
+    // catalog judges each version of a dictionary once.
     virtual bool givesChineseGloss(const QString& identifier) const = 0;
 };
 

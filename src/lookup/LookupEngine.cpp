@@ -6,7 +6,6 @@
 #include "lookup/TranslationEngine.h"
 
 #include <QHash>
-#include <mutex>
 
 using namespace Qt::StringLiterals;
 
@@ -21,11 +20,6 @@ QList<DictionaryEntry> englishEntries(QList<DictionaryEntry> entries) {
     return entries;
 }
 
-// Whether a dictionary glosses in Chinese never changes while the program runs, so the
-// verdict is asked once per dictionary.
-std::mutex gGlossVerdictsMutex;
-QHash<QString, bool> gGlossVerdicts;
-
 bool equalIgnoringCase(const QString& a, const QString& b) {
     return UnicodeText::lowercased(a) == UnicodeText::lowercased(b);
 }
@@ -33,19 +27,6 @@ bool equalIgnoringCase(const QString& a, const QString& b) {
 } // namespace
 
 LookupEngine::LookupEngine(Dependencies dependencies) : m_deps(std::move(dependencies)) {}
-
-bool LookupEngine::givesChineseGloss(const QString& identifier) const {
-    {
-        std::lock_guard lock(gGlossVerdictsMutex);
-        const auto cached = gGlossVerdicts.constFind(identifier);
-        if (cached != gGlossVerdicts.constEnd())
-            return *cached;
-    }
-    const bool verdict = m_deps.catalog.givesChineseGloss(identifier);
-    std::lock_guard lock(gGlossVerdictsMutex);
-    gGlossVerdicts.insert(identifier, verdict);
-    return verdict;
-}
 
 bool LookupEngine::isCrossReferenceStub(const LookupResult::Source& source) const {
     if (source.stubExempt)
@@ -56,7 +37,7 @@ bool LookupEngine::isCrossReferenceStub(const LookupResult::Source& source) cons
     }
     if (source.id == kBundledId)
         return true;
-    return givesChineseGloss(source.id);
+    return m_deps.catalog.givesChineseGloss(source.id);
 }
 
 std::optional<LookupResult::Source> LookupEngine::wholeSystemSource(const QString& term) const {
@@ -72,8 +53,26 @@ std::optional<LookupResult::Source> LookupEngine::wholeSystemSource(const QStrin
                                 .entries = std::move(entries)};
 }
 
+std::optional<LookupResult::Source> LookupEngine::bundledSource(const QString& term) const {
+    QList<DictionaryEntry> entries = m_deps.bundled.lookup(term);
+    if (entries.isEmpty())
+        return std::nullopt;
+    return LookupResult::Source{.id = kBundledId,
+                                .shortName = u"简明英汉"_s,
+                                .name = u"简明英汉词典"_s,
+                                .entries = std::move(entries)};
+}
+
 void LookupEngine::eachWordSource(const QString& term,
                                   const std::function<bool(LookupResult::Source)>& visit) const {
+    // The bundled database first, when it surely leads the order: the system's dictionaries
+    // are listed and opened only if the walk goes on past it.
+    const bool bundledAsked = m_deps.catalog.bundledComesFirst();
+    if (bundledAsked) {
+        std::optional<LookupResult::Source> answer = bundledSource(term);
+        if (answer && !visit(std::move(*answer)))
+            return;
+    }
     const QStringList order = m_deps.catalog.effectiveDictionaryOrder();
     const auto active = m_deps.catalog.activeDictionaries();
     QHash<QString, WordSourceCatalog::SystemDictionary> byIdentifier;
@@ -85,13 +84,9 @@ void LookupEngine::eachWordSource(const QString& term,
     for (const QString& identifier : order) {
         std::optional<LookupResult::Source> answer;
         if (identifier == kBundledId) {
-            QList<DictionaryEntry> entries = m_deps.bundled.lookup(term);
-            if (!entries.isEmpty()) {
-                answer = LookupResult::Source{.id = kBundledId,
-                                              .shortName = u"简明英汉"_s,
-                                              .name = u"简明英汉词典"_s,
-                                              .entries = std::move(entries)};
-            }
+            if (bundledAsked)
+                continue;
+            answer = bundledSource(term);
         } else if (!active) {
             if (wholeSystemTaken)
                 continue;

@@ -45,9 +45,9 @@ public:
 private:
     void eachWordSource(const QString& term,
                         const std::function<bool(LookupResult::Source)>& visit) const;
+    std::optional<LookupResult::Source> bundledSource(const QString& term) const;
     std::optional<LookupResult::Source> wholeSystemSource(const QString& term) const;
     std::optional<QString> firstTrustedPhonetic(const QString& term) const;
-    bool givesChineseGloss(const QString& identifier) const;
 
     Dependencies m_deps;
 };

@@ -6,14 +6,15 @@
 #include <optional>
 
 // The dictionaries installed on the system, read one by one. Each OS supplies the functions;
-// they may be called from any thread, and the list is re-read on every call so a dictionary
-// installed while the program runs answers the next lookup.
+// they may be called from any thread. The list is read once, when first needed, and again
+// after a dictionary folder changes, if followChanges() was called.
 namespace SystemDictionaryBridge {
 
 struct Handle {
     QString identifier; // e.g. "stardict:langdao-ec-gb", "dictd:gcide"
     QString name;       // full name as the dictionary gives it
     QString shortName;  // the dictionary's own short name, if it has one
+    QString version;    // changes whenever the dictionary's files do; empty when unknown
 
     bool operator==(const Handle& other) const { return identifier == other.identifier; }
 };
@@ -24,8 +25,13 @@ struct Backend {
     std::function<bool()> isAvailable;
     std::function<QList<Handle>()> activeDictionaries;
     std::function<std::optional<QString>(const QString& word, const Handle& handle)> rawDefinition;
+    std::function<void()> followChanges;
 };
 void use(Backend backend);
+
+// Lists the dictionaries now, off the calling thread, and again whenever one is installed or
+// removed. For a long-running program; call on its main thread once its event loop exists.
+void followChanges();
 
 // Whether dictionaries can be read one by one; when not, only the whole-system definition
 // (the first dictionary's answer) is available.

@@ -94,6 +94,20 @@ QStringList Preferences::effectiveDictionaryOrder() const {
                                     m_dictionaries.activeIdentifiers());
 }
 
+bool Preferences::bundledLeadsOrder() const {
+    const QString bundled = DictionaryOrder::bundled();
+    if (m_removedDictionaries.contains(bundled))
+        return false;
+    // An entry saved before it may or may not be installed; only listing would tell.
+    for (const QString& identifier : m_dictionaryOrder) {
+        if (identifier == bundled)
+            return true;
+        if (!m_removedDictionaries.contains(identifier))
+            return false;
+    }
+    return true; // the saved order names nothing left, and bundled leads what is available
+}
+
 void Preferences::setLengthLimit(TranslationLimit limit) {
     if (limit == m_lengthLimit)
         return;

@@ -48,6 +48,9 @@ public:
 
     // The saved order resolved against removed and active dictionaries: what lookups walk.
     QStringList effectiveDictionaryOrder() const;
+    // Whether that order surely begins with the bundled dictionary, told without listing the
+    // installed ones: a lookup the bundled dictionary answers then touches none of them.
+    bool bundledLeadsOrder() const;
 
     void setLengthLimit(TranslationLimit limit);
     void setVocabularyEnabled(bool enabled);

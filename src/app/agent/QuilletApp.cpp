@@ -11,6 +11,7 @@
 #include "lookup/LookupEngine.h"
 #include "notebook/Vocabulary.h"
 #include "platform/MemoryHygiene.h"
+#include "platform/SystemDictionaryBridge.h"
 #include "platform/SystemPasteboard.h"
 #include "platform/TranslationEngineFactory.h"
 #include "settings/DefaultsStore.h"
@@ -106,6 +107,8 @@ int run(int argc, char** argv) {
     case SingleInstance::Role::agent:
         break;
     }
+    // The installed dictionaries are listed on a worker while the rest starts up.
+    SystemDictionaryBridge::followChanges();
 
     // Start-up order: the former identity's settings first, then the settings objects, then
     // the coordinator.

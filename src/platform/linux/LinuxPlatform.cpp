@@ -6,6 +6,7 @@
 #include "platform/Platform.h"
 #include "platform/SystemDictionaryBridge.h"
 #include "platform/TranslationEngineFactory.h"
+#include "platform/linux/dictionaries/DictionaryDiscovery.h"
 #include "platform/linux/dictionaries/DictionaryShelf.h"
 #include "platform/linux/translation/ModelServerEntry.h"
 
@@ -16,7 +17,7 @@
 using namespace Qt::StringLiterals;
 
 // Installed dictionaries: the StarDict and dictd files in the standard folders, read by one
-// shelf shared by the whole process.
+// shelf shared by the whole process and listed through one discovery.
 namespace {
 
 DictionaryShelf& shelf() {
@@ -25,16 +26,24 @@ DictionaryShelf& shelf() {
     return shared;
 }
 
+// Made on first use, which is on the main thread: lookups run there.
+DictionaryDiscovery& discovery() {
+    static DictionaryDiscovery shared(shelf(), &DictionaryShelf::standardFolders,
+                                      TimerSource::system());
+    return shared;
+}
+
 } // namespace
 
 void Platform::install() {
     SystemDictionaryBridge::use({
         .isAvailable = [] { return true; },
-        .activeDictionaries = [] { return shelf().dictionaries(); },
+        .activeDictionaries = [] { return discovery().dictionaries(); },
         .rawDefinition =
             [](const QString& word, const SystemDictionaryBridge::Handle& handle) {
                 return shelf().definition(word, handle.identifier);
             },
+        .followChanges = [] { discovery().start(); },
     });
 }
 

@@ -24,6 +24,13 @@ std::vector<std::optional<FileStamp>> stampsOf(const std::vector<QByteArray>& pa
     return stamps;
 }
 
+QString versionOf(const std::vector<std::optional<FileStamp>>& stamps) {
+    QString text;
+    for (const auto& stamp : stamps)
+        text += (stamp ? stamp->text() : u"-"_s) + u'|';
+    return text;
+}
+
 // All of a dictionary's parts, present or not, so that one appearing or going away makes a
 // new version too.
 std::vector<QByteArray> partsOf(const StarDictDictionary::Files& files) {
@@ -122,9 +129,7 @@ std::vector<DictionaryShelf::Found> DictionaryShelf::discover() const {
 
 void DictionaryShelf::reportOnce(const Found& found, const Shelved& version, const QString& reason,
                                  QStringList& reports) {
-    QString key = found.path;
-    for (const auto& stamp : version.stamps)
-        key += u'|' + (stamp ? stamp->text() : u"-"_s);
+    const QString key = found.path + u'|' + versionOf(version.stamps);
     if (m_reported.contains(key))
         return;
     m_reported.insert(key);
@@ -191,7 +196,8 @@ QList<SystemDictionaryBridge::Handle> DictionaryShelf::relist(QStringList& repor
         listed.insert(each.identifier, each);
         paths.insert(each.path);
         if (const InstalledDictionary* dictionary = shelve(each, Check::full, reports))
-            handles.push_back({each.identifier, dictionary->name(), dictionary->shortName()});
+            handles.push_back({each.identifier, dictionary->name(), dictionary->shortName(),
+                               versionOf(m_opened[each.path].stamps)});
     }
     // Dictionaries no longer there are closed.
     std::erase_if(m_opened, [&paths](const auto& entry) { return !paths.contains(entry.first); });
