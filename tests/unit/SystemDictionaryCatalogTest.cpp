@@ -3,6 +3,7 @@
 #include "dictionary/BundledDictionary.h"
 #include "harness/FixtureDatabase.h"
 #include "harness/QtPrinters.h"
+#include "logs/EventLog.h"
 #include "lookup/LookupEngine.h"
 #include "lookup/UnsupportedTranslationEngine.h"
 #include "platform/Platform.h"
@@ -88,7 +89,8 @@ TEST_F(SystemDictionaryCatalogTest, BundledAnswerFirstListsNoSystemDictionary) {
         INSERT INTO words VALUES ('water', NULL, 'n. 水', NULL);
     )"_s};
     const BundledDictionary bundled(database.path());
-    UnsupportedTranslationEngine translator;
+    EventLog log{{}, false};
+    UnsupportedTranslationEngine translator(log);
     const SystemDictionaryCatalog catalog(preferences);
     const LookupEngine engine({.bundled = bundled, .catalog = catalog, .translator = translator});
 
