@@ -17,9 +17,11 @@
 #include "settings/TriggerSettings.h"
 
 Preferences& Preferences::shared() {
-    static Preferences preferences(DefaultsStore::shared(),
-                                   Dictionaries{&SystemDictionaries::activeIdentifiers,
-                                                &SystemDictionaries::givesChineseGloss});
+    static Preferences preferences(
+        DefaultsStore::shared(),
+        Dictionaries{&SystemDictionaries::activeIdentifiers, [](const QString& identifier) {
+                         return SystemDictionaries::givesChineseGloss(identifier);
+                     }});
     return preferences;
 }
 

@@ -60,14 +60,19 @@ void DictionaryDiscovery::start() {
 
 QList<SystemDictionaryBridge::Handle> DictionaryDiscovery::dictionaries() {
     std::unique_lock lock(m_mutex);
-    if (m_following && m_listing)
+    if (m_following) {
+        // The list the last walk left; before the first walk has ended, that walk's.
+        m_walked.wait(lock, [this] { return m_listing.has_value(); });
         return *m_listing;
-    // Unfollowed folders may have changed since any earlier walk: wait for one that starts
-    // after this call (a walk under way may have read the folders already).
-    const int wanted = m_walks + (m_walking ? 2 : 1);
-    startWalkLocked();
-    m_walked.wait(lock, [this, wanted] { return m_walks >= wanted || (m_following && m_listing); });
-    return *m_listing;
+    }
+    // Unfollowed folders (a one-shot command) may have changed since any earlier walk, and
+    // nothing else runs meanwhile: walk them here, as the caller asked.
+    lock.unlock();
+    QList<SystemDictionaryBridge::Handle> listing = m_shelf.dictionaries();
+    lock.lock();
+    ++m_walks;
+    m_listing = listing;
+    return listing;
 }
 
 int DictionaryDiscovery::walks() const {
