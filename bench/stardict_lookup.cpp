@@ -11,7 +11,7 @@
 
 #include "LatencyCounters.h"
 #include "harness/StarDictWriter.h"
-#include "platform/linux/dictionaries/DictionaryShelf.h"
+#include "platform/linux/dictionaries/StarDictDictdShelf.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -33,7 +33,7 @@ constexpr int kPasses = 5;
 constexpr int kFreshOpens = 20;
 
 struct Sample {
-    DictionaryShelf::Folders folders;
+    StarDictDictdShelf::Folders folders;
     QString identifier;
     std::vector<QString> probes; // mostly headwords, some misses
     QString error;
@@ -119,7 +119,7 @@ void lookups(benchmark::State& state, const Sample& sample) {
         state.SkipWithError(qPrintable(sample.error));
         return;
     }
-    DictionaryShelf shelf([&sample] { return sample.folders; }, [](const QString&) {});
+    StarDictDictdShelf shelf([&sample] { return sample.folders; }, [](const QString&) {});
     if (!shelf.definition(sample.probes.front(), sample.identifier)) {
         state.SkipWithError("the first word was not found");
         return;
@@ -149,7 +149,7 @@ void firstLookups(benchmark::State& state, const Sample& sample) {
     std::size_t next = 0;
     for (auto _ : state) {
         const auto start = std::chrono::steady_clock::now();
-        DictionaryShelf shelf([&sample] { return sample.folders; }, [](const QString&) {});
+        StarDictDictdShelf shelf([&sample] { return sample.folders; }, [](const QString&) {});
         const std::optional<QString> found =
             shelf.definition(sample.probes[next++ % sample.probes.size()], sample.identifier);
         micros.push_back(microsSince(start));
@@ -177,8 +177,8 @@ void BM_Listing(benchmark::State& state) {
         state.SkipWithError(qPrintable(starDict.error));
         return;
     }
-    const DictionaryShelf::Folders folders{starDict.folders.starDict, {u"/usr/share/dictd"_s}};
-    DictionaryShelf shelf([&folders] { return folders; }, [](const QString&) {});
+    const StarDictDictdShelf::Folders folders{starDict.folders.starDict, {u"/usr/share/dictd"_s}};
+    StarDictDictdShelf shelf([&folders] { return folders; }, [](const QString&) {});
     const qsizetype count = shelf.dictionaries().size();
     std::vector<double> micros;
     for (auto _ : state) {

@@ -19,12 +19,12 @@ namespace {
 struct DiscoveryFixture {
     QTemporaryDir root;
     ManualTimers timers;
-    DictionaryShelf shelf{[this] { return folders(); },
+    StarDictDictdShelf shelf{[this] { return folders(); },
                           [](const QString&) {
                           }};
     DictionaryDiscovery discovery{shelf, [this] { return folders(); }, timers, 500ms};
 
-    DictionaryShelf::Folders folders() const { return {{root.filePath(u"dic"_s)}, {}}; }
+    StarDictDictdShelf::Folders folders() const { return {{root.filePath(u"dic"_s)}, {}}; }
 
     void install(const QString& stem) {
         StarDictWriter writer({.bookname = stem});

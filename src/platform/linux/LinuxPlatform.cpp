@@ -7,7 +7,7 @@
 #include "platform/SystemDictionaryBridge.h"
 #include "platform/TranslationEngineFactory.h"
 #include "platform/linux/dictionaries/DictionaryDiscovery.h"
-#include "platform/linux/dictionaries/DictionaryShelf.h"
+#include "platform/linux/dictionaries/StarDictDictdShelf.h"
 #include "platform/linux/translation/ModelServerEntry.h"
 
 #include <QFileInfo>
@@ -20,15 +20,15 @@ using namespace Qt::StringLiterals;
 // shelf shared by the whole process and listed through one discovery.
 namespace {
 
-DictionaryShelf& shelf() {
-    static DictionaryShelf shared(&DictionaryShelf::standardFolders,
-                                  &DictionaryShelf::reportToEventLog);
+StarDictDictdShelf& shelf() {
+    static StarDictDictdShelf shared(&StarDictDictdShelf::standardFolders,
+                                     &StarDictDictdShelf::reportToEventLog);
     return shared;
 }
 
 // Made on first use, which is on the main thread: lookups run there.
 DictionaryDiscovery& discovery() {
-    static DictionaryDiscovery shared(shelf(), &DictionaryShelf::standardFolders,
+    static DictionaryDiscovery shared(shelf(), &StarDictDictdShelf::standardFolders,
                                       TimerSource::system());
     return shared;
 }

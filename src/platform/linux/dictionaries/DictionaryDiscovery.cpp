@@ -10,7 +10,7 @@ namespace {
 
 // Every folder whose change can add or remove a dictionary: each existing dictionary folder
 // and the folders below it, and for one that does not exist yet, its nearest existing parent.
-QStringList foldersToFollow(const DictionaryShelf::Folders& folders) {
+QStringList foldersToFollow(const StarDictDictdShelf::Folders& folders) {
     QStringList followed;
     QSet<QString> seen;
     const auto add = [&](const QString& path) {
@@ -36,9 +36,9 @@ QStringList foldersToFollow(const DictionaryShelf::Folders& folders) {
 
 } // namespace
 
-DictionaryDiscovery::DictionaryDiscovery(DictionaryShelf& shelf,
-                                         DictionaryShelf::FolderSource folders, TimerSource& timers,
-                                         std::chrono::milliseconds settle)
+DictionaryDiscovery::DictionaryDiscovery(StarDictDictdShelf& shelf,
+                                         StarDictDictdShelf::FolderSource folders,
+                                         TimerSource& timers, std::chrono::milliseconds settle)
     : m_shelf(shelf), m_folders(std::move(folders)), m_timers(timers), m_settle(settle) {}
 
 DictionaryDiscovery::~DictionaryDiscovery() {

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "base/TimerSource.h"
-#include "platform/linux/dictionaries/DictionaryShelf.h"
+#include "platform/linux/dictionaries/StarDictDictdShelf.h"
 
 #include <QFileSystemWatcher>
 #include <QList>
@@ -22,7 +22,7 @@
 class DictionaryDiscovery final : public QObject {
     Q_OBJECT
 public:
-    DictionaryDiscovery(DictionaryShelf& shelf, DictionaryShelf::FolderSource folders,
+    DictionaryDiscovery(StarDictDictdShelf& shelf, StarDictDictdShelf::FolderSource folders,
                         TimerSource& timers,
                         std::chrono::milliseconds settle = std::chrono::milliseconds(500));
     ~DictionaryDiscovery() override;
@@ -43,8 +43,8 @@ private:
     void walkSoon();
     void follow(const QStringList& folders);
 
-    DictionaryShelf& m_shelf;
-    DictionaryShelf::FolderSource m_folders;
+    StarDictDictdShelf& m_shelf;
+    StarDictDictdShelf::FolderSource m_folders;
     TimerSource& m_timers;
     std::chrono::milliseconds m_settle;
     std::atomic<bool> m_following = false;

@@ -29,7 +29,7 @@
 // keyed by their files' paths, sizes and modification times, and reopened when those change.
 // A dictionary that cannot be read is left out, reported once per version of its files.
 // Safe to call from any thread: one mutex guards everything.
-class DictionaryShelf {
+class StarDictDictdShelf {
 public:
     struct Folders {
         QStringList starDict;
@@ -38,10 +38,10 @@ public:
     using FolderSource = std::function<Folders()>;
     using Reporter = std::function<void(const QString& line)>;
 
-    DictionaryShelf(FolderSource folders, Reporter report);
-    ~DictionaryShelf();
-    DictionaryShelf(const DictionaryShelf&) = delete;
-    DictionaryShelf& operator=(const DictionaryShelf&) = delete;
+    StarDictDictdShelf(FolderSource folders, Reporter report);
+    ~StarDictDictdShelf();
+    StarDictDictdShelf(const StarDictDictdShelf&) = delete;
+    StarDictDictdShelf& operator=(const StarDictDictdShelf&) = delete;
 
     // $XDG_DATA_HOME/stardict/dic (default ~/.local/share), ~/.stardict/dic and
     // /usr/share/stardict/dic; /usr/share/dictd. Read from the environment on each call.

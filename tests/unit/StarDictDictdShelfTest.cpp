@@ -1,4 +1,4 @@
-#include "platform/linux/dictionaries/DictionaryShelf.h"
+#include "platform/linux/dictionaries/StarDictDictdShelf.h"
 
 #include "harness/DictdWriter.h"
 #include "harness/QtPrinters.h"
@@ -22,13 +22,13 @@ namespace {
 struct ShelfFixture {
     QTemporaryDir root;
     QStringList reports;
-    DictionaryShelf shelf{[this] { return folders(); },
-                          [this](const QString& line) {
-                              reports.push_back(line);
-                          }};
+    StarDictDictdShelf shelf{[this] { return folders(); },
+                             [this](const QString& line) {
+                                 reports.push_back(line);
+                             }};
 
     QString path(const QString& relative) const { return root.filePath(relative); }
-    DictionaryShelf::Folders folders() const {
+    StarDictDictdShelf::Folders folders() const {
         return {{path(u"user"_s), path(u"dot-stardict"_s), path(u"system"_s)}, {path(u"dictd"_s)}};
     }
     QStringList listed() {
@@ -61,7 +61,7 @@ void writeDictd(const QString& folder, const QString& name, const QByteArray& sh
 
 } // namespace
 
-TEST(DictionaryShelfTest, ListsUserFoldersFirstThenByPathThenDictd) {
+TEST(StarDictDictdShelfTest, ListsUserFoldersFirstThenByPathThenDictd) {
     ShelfFixture f;
     writeStarDict(f.path(u"user/zeta"_s), u"zeta"_s, u"Zeta"_s);
     writeStarDict(f.path(u"user"_s), u"Alpha"_s, u"Alpha Book"_s);
@@ -86,7 +86,7 @@ TEST(DictionaryShelfTest, ListsUserFoldersFirstThenByPathThenDictd) {
     EXPECT_TRUE(f.reports.isEmpty()) << qPrintable(f.reports.join(u'\n'));
 }
 
-TEST(DictionaryShelfTest, DictionariesAddedChangedOrRemovedShowOnTheNextCall) {
+TEST(StarDictDictdShelfTest, DictionariesAddedChangedOrRemovedShowOnTheNextCall) {
     ShelfFixture f;
     EXPECT_TRUE(f.shelf.dictionaries().isEmpty());
     EXPECT_EQ(f.shelf.definition(u"water"_s, u"stardict:late"_s), std::nullopt);
@@ -112,7 +112,7 @@ TEST(DictionaryShelfTest, DictionariesAddedChangedOrRemovedShowOnTheNextCall) {
 
 // One report per version of a damaged dictionary's files, however often it is listed or
 // asked; mended, it comes back; damaged again, it is reported again.
-TEST(DictionaryShelfTest, DamagedDictionariesAreSkippedAndReportedOncePerVersion) {
+TEST(StarDictDictdShelfTest, DamagedDictionariesAreSkippedAndReportedOncePerVersion) {
     ShelfFixture f;
     writeStarDict(f.path(u"user"_s), u"good"_s, u"Good"_s);
     writeStarDict(f.path(u"user"_s), u"sample"_s, u"Sample"_s);
@@ -151,7 +151,7 @@ TEST(DictionaryShelfTest, DamagedDictionariesAreSkippedAndReportedOncePerVersion
 }
 
 // A FIFO under a dictionary's name is neither waited on nor passed over in silence.
-TEST(DictionaryShelfTest, SpecialFilesUnderADictionarysNameAreReported) {
+TEST(StarDictDictdShelfTest, SpecialFilesUnderADictionarysNameAreReported) {
     ShelfFixture f;
     ASSERT_TRUE(QDir().mkpath(f.path(u"user"_s)) && QDir().mkpath(f.path(u"dictd"_s)));
     for (const QString& name : {u"user/pipe.ifo"_s, u"dictd/pipe.index"_s})
@@ -172,7 +172,7 @@ TEST(DictionaryShelfTest, SpecialFilesUnderADictionarysNameAreReported) {
     EXPECT_EQ(f.reports.value(2), u"系统词典无法读取，已跳过：sample（索引文件大小与说明不符）"_s);
 }
 
-TEST(DictionaryShelfTest, ServesManyThreadsAtOnce) {
+TEST(StarDictDictdShelfTest, ServesManyThreadsAtOnce) {
     ShelfFixture f;
     writeStarDict(f.path(u"user"_s), u"one"_s, u"One"_s, {{u"water"_s, u"one"_s}});
     writeDictd(f.path(u"dictd"_s), u"two"_s, "Two");

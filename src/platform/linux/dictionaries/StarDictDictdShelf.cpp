@@ -1,4 +1,4 @@
-#include "platform/linux/dictionaries/DictionaryShelf.h"
+#include "platform/linux/dictionaries/StarDictDictdShelf.h"
 
 #include "dictionary/formats/DictdDatabase.h"
 #include "dictionary/formats/StarDictDictionary.h"
@@ -69,12 +69,12 @@ void collectInfoFiles(const QString& folder, int depth, QSet<QString>& visited,
 
 } // namespace
 
-DictionaryShelf::DictionaryShelf(FolderSource folders, Reporter report)
+StarDictDictdShelf::StarDictDictdShelf(FolderSource folders, Reporter report)
     : m_folders(std::move(folders)), m_report(std::move(report)) {}
 
-DictionaryShelf::~DictionaryShelf() = default;
+StarDictDictdShelf::~StarDictDictdShelf() = default;
 
-DictionaryShelf::Folders DictionaryShelf::standardFolders() {
+StarDictDictdShelf::Folders StarDictDictdShelf::standardFolders() {
     Folders folders;
     const QString home = qEnvironmentVariable("HOME");
     const QString dataHome = qEnvironmentVariable("XDG_DATA_HOME");
@@ -89,11 +89,11 @@ DictionaryShelf::Folders DictionaryShelf::standardFolders() {
     return folders;
 }
 
-void DictionaryShelf::reportToEventLog(const QString& line) {
+void StarDictDictdShelf::reportToEventLog(const QString& line) {
     EventLog::appendToShared(EventLog::Kind::error, line);
 }
 
-std::vector<DictionaryShelf::Found> DictionaryShelf::discover() const {
+std::vector<StarDictDictdShelf::Found> StarDictDictdShelf::discover() const {
     const Folders folders = m_folders();
     std::vector<Found> found;
     QSet<QString> identifiers;
@@ -127,8 +127,8 @@ std::vector<DictionaryShelf::Found> DictionaryShelf::discover() const {
     return found;
 }
 
-void DictionaryShelf::reportOnce(const Found& found, const Shelved& version, const QString& reason,
-                                 QStringList& reports) {
+void StarDictDictdShelf::reportOnce(const Found& found, const Shelved& version,
+                                    const QString& reason, QStringList& reports) {
     const QString key = found.path + u'|' + versionOf(version.stamps);
     if (m_reported.contains(key))
         return;
@@ -136,8 +136,8 @@ void DictionaryShelf::reportOnce(const Found& found, const Shelved& version, con
     reports.push_back(u"系统词典无法读取，已跳过：%1（%2）"_s.arg(found.stem, reason));
 }
 
-InstalledDictionary* DictionaryShelf::shelve(const Found& found, Check check,
-                                             QStringList& reports) {
+InstalledDictionary* StarDictDictdShelf::shelve(const Found& found, Check check,
+                                                QStringList& reports) {
     const auto known = m_opened.find(found.path);
     if (check == Check::quick && known != m_opened.end() &&
         stampsOf(known->second.parts) == known->second.stamps)
@@ -187,7 +187,7 @@ InstalledDictionary* DictionaryShelf::shelve(const Found& found, Check check,
     return shelved.dictionary.get();
 }
 
-QList<SystemDictionaryBridge::Handle> DictionaryShelf::relist(QStringList& reports) {
+QList<SystemDictionaryBridge::Handle> StarDictDictdShelf::relist(QStringList& reports) {
     const std::vector<Found> found = discover();
     QList<SystemDictionaryBridge::Handle> handles;
     QHash<QString, Found> listed;
@@ -205,7 +205,7 @@ QList<SystemDictionaryBridge::Handle> DictionaryShelf::relist(QStringList& repor
     return handles;
 }
 
-QList<SystemDictionaryBridge::Handle> DictionaryShelf::dictionaries() {
+QList<SystemDictionaryBridge::Handle> StarDictDictdShelf::dictionaries() {
     QStringList reports;
     QList<SystemDictionaryBridge::Handle> handles;
     {
@@ -217,7 +217,8 @@ QList<SystemDictionaryBridge::Handle> DictionaryShelf::dictionaries() {
     return handles;
 }
 
-std::optional<QString> DictionaryShelf::definition(const QString& word, const QString& identifier) {
+std::optional<QString> StarDictDictdShelf::definition(const QString& word,
+                                                      const QString& identifier) {
     if (word.isEmpty())
         return std::nullopt;
     QStringList reports;
