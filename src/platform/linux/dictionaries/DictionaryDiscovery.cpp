@@ -93,10 +93,16 @@ void DictionaryDiscovery::walkOnWorker() {
     for (;;) {
         QList<SystemDictionaryBridge::Handle> listing = m_shelf.dictionaries();
         const QStringList followed = m_following ? foldersToFollow(m_folders()) : QStringList();
+        {
+            const std::lock_guard lock(m_mutex);
+            m_listing = std::move(listing);
+            ++m_walks;
+            m_walked.notify_all();
+        }
+        // After the list is out, so lookups need not wait for it: the first lookup in a
+        // dictionary would otherwise scan its whole index on the main thread.
+        m_shelf.prepareAll();
         const std::lock_guard lock(m_mutex);
-        m_listing = std::move(listing);
-        ++m_walks;
-        m_walked.notify_all();
         if (m_walkAgain) {
             m_walkAgain = false;
             continue;

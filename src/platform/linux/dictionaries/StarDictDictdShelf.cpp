@@ -248,3 +248,32 @@ std::optional<QString> StarDictDictdShelf::definition(const QString& word,
         m_report(line);
     return answer;
 }
+
+void StarDictDictdShelf::prepareAll() {
+    QStringList identifiers;
+    {
+        const std::lock_guard lock(m_mutex);
+        identifiers = m_listed.keys();
+    }
+    // One dictionary at a time, so a lookup waits for one word list at most.
+    for (const QString& identifier : identifiers) {
+        QStringList reports;
+        {
+            const std::lock_guard lock(m_mutex);
+            const auto listed = m_listed.constFind(identifier);
+            if (listed == m_listed.constEnd())
+                continue;
+            if (InstalledDictionary* dictionary = shelve(*listed, Check::quick, reports)) {
+                // An empty word reads the word lists and looks nothing up.
+                const OrDefect<QStringList> texts = dictionary->definitions(QString());
+                if (const auto* defect = std::get_if<DictionaryDefect>(&texts)) {
+                    Shelved& shelved = m_opened[listed->path];
+                    reportOnce(*listed, shelved, defect->reason, reports);
+                    shelved.dictionary.reset();
+                }
+            }
+        }
+        for (const QString& line : reports)
+            m_report(line);
+    }
+}

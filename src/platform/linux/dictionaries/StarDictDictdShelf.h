@@ -51,6 +51,9 @@ public:
 
     QList<SystemDictionaryBridge::Handle> dictionaries();
     // Every matching entry's text joined by a blank line; nothing for none or an empty word.
+    // Reads every listed dictionary's word lists now, so no lookup pays for the first scan.
+    // Meant for a worker thread.
+    void prepareAll();
     std::optional<QString> definition(const QString& word, const QString& identifier);
 
 private:
