@@ -11,9 +11,11 @@
 
 #include "LatencyCounters.h"
 #include "harness/StarDictWriter.h"
+#include "platform/linux/dictionaries/DictionaryDiscovery.h"
 #include "platform/linux/dictionaries/StarDictDictdShelf.h"
 
 #include <QCoreApplication>
+#include <QEventLoop>
 #include <QFile>
 #include <QRandomGenerator>
 #include <QSet>
@@ -191,11 +193,111 @@ void BM_Listing(benchmark::State& state) {
     state.counters["dictionaries"] = double(count);
 }
 
+// Ten dictionaries of 40,000 headwords each, in one folder.
+const Sample& tenDictionariesSample() {
+    static QTemporaryDir folder;
+    static const Sample sample = [] {
+        Sample built;
+        QRandomGenerator random(10);
+        std::vector<QString> words;
+        QSet<QString> seen;
+        while (words.size() < 40000) {
+            QString word = randomWord(random);
+            if (!seen.contains(word)) {
+                seen.insert(word);
+                words.push_back(std::move(word));
+            }
+        }
+        for (int d = 0; d < 10; ++d) {
+            StarDictWriter writer({.bookname = u"Bench %1"_s.arg(d)});
+            for (const QString& word : words)
+                writer.add(word, u"n. %1 的第%2种释义"_s.arg(word).arg(d));
+            if (const auto written = writer.write(folder.path(), u"bench%1"_s.arg(d)); !written) {
+                built.error = written.error;
+                return built;
+            }
+        }
+        built.folders = {{folder.path()}, {}};
+        for (int i = 0; i < 200; ++i)
+            built.probes.push_back(words[random.bounded(int(words.size()))]);
+        return built;
+    }();
+    return sample;
+}
+
+void waitForListing(DictionaryDiscovery& discovery) {
+    QEventLoop loop;
+    QObject::connect(&discovery, &DictionaryDiscovery::listed, &loop, &QEventLoop::quit);
+    loop.exec();
+}
+
+// One lookup's main-thread work with ten dictionaries installed: the list, then every
+// dictionary's definition. `followed`: the list comes from the discovery's cache (the agent);
+// otherwise the folders are walked for it, as every lookup did before.
+void tenDictionaryLookups(benchmark::State& state, bool followed) {
+    const Sample& sample = tenDictionariesSample();
+    if (!sample.error.isEmpty()) {
+        state.SkipWithError(sample.error.toStdString().c_str());
+        return;
+    }
+    StarDictDictdShelf shelf([&sample] { return sample.folders; }, [](const QString&) {});
+    DictionaryDiscovery discovery(
+        shelf, [&sample] { return sample.folders; }, TimerSource::system());
+    if (followed) {
+        discovery.start();
+        waitForListing(discovery);
+    } else {
+        for (const auto& handle : shelf.dictionaries())
+            shelf.definition(sample.probes.front(), handle.identifier); // word lists read
+    }
+    std::size_t probe = 0;
+    for (auto _ : state) {
+        const QString& word = sample.probes[probe++ % sample.probes.size()];
+        const auto handles = followed ? discovery.dictionaries() : shelf.dictionaries();
+        for (const auto& handle : handles)
+            benchmark::DoNotOptimize(shelf.definition(word, handle.identifier));
+    }
+}
+
+void BM_TenDictionariesWalkedPerLookup(benchmark::State& state) {
+    tenDictionaryLookups(state, false);
+}
+void BM_TenDictionariesFromTheFollowedList(benchmark::State& state) {
+    tenDictionaryLookups(state, true);
+}
+
+// The first lookup after start in the 400,000-headword dictionary, main thread only: the
+// agent's discovery has read the word lists on its worker by the time the list is out.
+void BM_StarDictFirstLookupAfterDiscovery(benchmark::State& state) {
+    const Sample& sample = starDictSample();
+    if (!sample.error.isEmpty()) {
+        state.SkipWithError(sample.error.toStdString().c_str());
+        return;
+    }
+    std::size_t probe = 0;
+    for (auto _ : state) {
+        state.PauseTiming();
+        StarDictDictdShelf shelf([&sample] { return sample.folders; }, [](const QString&) {});
+        DictionaryDiscovery discovery(
+            shelf, [&sample] { return sample.folders; }, TimerSource::system());
+        discovery.start();
+        waitForListing(discovery);
+        state.ResumeTiming();
+        benchmark::DoNotOptimize(discovery.dictionaries());
+        benchmark::DoNotOptimize(
+            shelf.definition(sample.probes[probe++ % sample.probes.size()], sample.identifier));
+    }
+}
+
 BENCHMARK(BM_StarDictLookup)->Iterations(kProbes* kPasses)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_StarDictFirstLookup)->Iterations(kFreshOpens)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_DictdLookup)->Iterations(kProbes* kPasses)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_DictdFirstLookup)->Iterations(kFreshOpens)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Listing)->Iterations(2000)->Unit(benchmark::kMicrosecond);
+
+BENCHMARK(BM_TenDictionariesWalkedPerLookup)->Iterations(200)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_TenDictionariesFromTheFollowedList)->Iterations(2000)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_StarDictFirstLookupAfterDiscovery)->Iterations(5)->Unit(benchmark::kMillisecond);
 
 } // namespace
 
