@@ -260,8 +260,14 @@ std::optional<bool> DefaultsStore::boolIfPresent(const QString& key) const {
 }
 
 double DefaultsStore::doubleValue(const QString& key, double fallback) const {
+    return doubleIfPresent(key).value_or(fallback);
+}
+
+std::optional<double> DefaultsStore::doubleIfPresent(const QString& key) const {
     const QVariant v = value(key);
-    return isNumber(v) ? v.toDouble() : fallback;
+    if (!isNumber(v))
+        return std::nullopt;
+    return v.toDouble();
 }
 
 QString DefaultsStore::stringValue(const QString& key, const QString& fallback) const {

@@ -55,6 +55,7 @@ public:
     bool boolValue(const QString& key, bool fallback = false) const;
     std::optional<bool> boolIfPresent(const QString& key) const;
     double doubleValue(const QString& key, double fallback = 0) const;
+    std::optional<double> doubleIfPresent(const QString& key) const;
     QString stringValue(const QString& key, const QString& fallback = {}) const;
     std::optional<QString> stringIfPresent(const QString& key) const;
     // A list whose every member is a text, or nothing.

@@ -1,90 +1,37 @@
 #include "settings/Preferences.h"
 
 #include "platform/LaunchAtLogin.h"
-#include "settings/DefaultsStore.h"
 
 #include <QSet>
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
-const QString kHistoryEnabled = u"historyEnabled"_s;
-const QString kHoverDwellSeconds = u"hoverDwellSeconds"_s;
-const QString kSpeaksOnLookup = u"speaksOnLookup"_s;
-const QString kDictionaryOrder = u"dictionaryOrder"_s;
-const QString kRemovedDictionaries = u"removedDictionaries"_s;
-const QString kReopenTarget = u"reopenTarget"_s;
-
-} // namespace
-
 Preferences::Preferences(DefaultsStore& store, Dictionaries dictionaries, QObject* parent)
-    : QObject(parent), m_store(store), m_dictionaries(std::move(dictionaries)) {
-    m_store.registerDefaults(
-        {{kHistoryEnabled, true}, {kHoverDwellSeconds, 0.3}, {kSpeaksOnLookup, false}});
-    m_vocabularyEnabled = m_store.boolValue(kHistoryEnabled, true);
-    m_hoverDwellSeconds = m_store.doubleValue(kHoverDwellSeconds, 0.3);
-    m_speaksOnLookup = m_store.boolValue(kSpeaksOnLookup, false);
-    m_reopenTarget = m_store.stringValue(kReopenTarget) == u"notebook"_s ? ReopenTarget::notebook
-                                                                         : ReopenTarget::settings;
-    m_removedDictionaries =
-        m_store.stringListIfPresent(kRemovedDictionaries).value_or(QStringList());
+    : SettingsObject(store, parent), m_dictionaries(std::move(dictionaries)) {
+    bind(Settings::vocabularyEnabled, m_vocabularyEnabled, &Preferences::setVocabularyEnabled);
+    bind(Settings::hoverDwellSeconds, m_hoverDwellSeconds, &Preferences::setHoverDwellSeconds);
+    bind(Settings::speaksOnLookup, m_speaksOnLookup, &Preferences::setSpeaksOnLookup);
+    bind(Settings::reopenTarget, m_reopenTarget, &Preferences::setReopenTarget);
+    bind(Settings::removedDictionaries, m_removedDictionaries,
+         &Preferences::setRemovedDictionaries);
+    bind(Settings::dictionaryOrder, m_dictionaryOrder, &Preferences::setDictionaryOrder,
+         [this](const QStringList& order) { return orderProblem(order); });
 
     // An empty saved order counts as none: the older single choice is carried forward.
-    const std::optional<QStringList> saved = m_store.stringListIfPresent(kDictionaryOrder);
-    if (saved && !saved->isEmpty()) {
-        m_dictionaryOrder = *saved;
-    } else {
-        m_dictionaryOrder = DictionaryOrder::migrated(
-            m_store.stringIfPresent(u"dictionarySource"_s), m_dictionaries.activeIdentifiers(),
-            m_dictionaries.isChineseEnglish);
-        m_store.setValue(kDictionaryOrder, m_dictionaryOrder);
-        m_store.remove(u"dictionarySource"_s);
+    if (!storedValue(Settings::dictionaryOrder)) {
+        const QString& former = Settings::dictionaryOrder.formerKeys.first();
+        m_dictionaryOrder = DictionaryOrder::migrated(m_store.stringIfPresent(former),
+                                                      m_dictionaries.activeIdentifiers(),
+                                                      m_dictionaries.isChineseEnglish);
+        m_store.setValue(Settings::dictionaryOrder.key.toString(), m_dictionaryOrder);
+        m_store.remove(former);
     }
 
     m_launchAtLogin = LaunchAtLogin::isEnabled();
+    bind(Settings::launchAtLogin, m_launchAtLogin, &Preferences::setLaunchAtLogin);
 
-    for (const QString& obsolete :
-         {u"reclaimNotchBandOnExternalScreens"_s, u"ignoresRemoteClipboard"_s,
-          u"resultRetentionSeconds"_s, u"autoHideSeconds"_s, u"textLengthLimit"_s})
-        m_store.remove(obsolete);
-    connect(&m_store, &DefaultsStore::valueChanged, this, &Preferences::adoptStoredValue);
-}
-
-void Preferences::adoptStoredValue(const QString& key) {
-    const auto adopt = [this](auto& field, auto value, const QString& property) {
-        if (field == value)
-            return;
-        field = std::move(value);
-        Q_EMIT changed(property);
-    };
-    if (key == kHistoryEnabled) {
-        adopt(m_vocabularyEnabled, m_store.boolValue(kHistoryEnabled, true),
-              u"vocabularyEnabled"_s);
-    } else if (key == kHoverDwellSeconds) {
-        adopt(m_hoverDwellSeconds, m_store.doubleValue(kHoverDwellSeconds, 0.3),
-              u"hoverDwellSeconds"_s);
-    } else if (key == kSpeaksOnLookup) {
-        adopt(m_speaksOnLookup, m_store.boolValue(kSpeaksOnLookup, false), u"speaksOnLookup"_s);
-    } else if (key == kReopenTarget) {
-        adopt(m_reopenTarget,
-              m_store.stringValue(kReopenTarget) == u"notebook"_s ? ReopenTarget::notebook
-                                                                  : ReopenTarget::settings,
-              u"reopenTarget"_s);
-    } else if (key == kRemovedDictionaries) {
-        adopt(m_removedDictionaries,
-              m_store.stringListIfPresent(kRemovedDictionaries).value_or(QStringList()),
-              u"removedDictionaries"_s);
-    } else if (key == kDictionaryOrder) {
-        // An order removed or emptied elsewhere leaves the one in use as it is.
-        const std::optional<QStringList> saved = m_store.stringListIfPresent(kDictionaryOrder);
-        if (saved && !saved->isEmpty())
-            adopt(m_dictionaryOrder, *saved, u"dictionaryOrder"_s);
-    }
-}
-
-QString Preferences::rawValue(ReopenTarget target) {
-    return target == ReopenTarget::notebook ? u"notebook"_s : u"settings"_s;
+    for (const QString& retired : Settings::retiredPreferenceKeys)
+        m_store.remove(retired);
 }
 
 QStringList Preferences::effectiveDictionaryOrder() const {
@@ -108,52 +55,59 @@ bool Preferences::bundledLeadsOrder() const {
     return true; // the saved order names nothing left, and bundled leads what is available
 }
 
+std::optional<QString> Preferences::orderProblem(const QStringList& order) const {
+    const QStringList installed =
+        QStringList{DictionaryOrder::bundled()} + m_dictionaries.activeIdentifiers();
+    const QString listing = u"已安装的词典："_s + installed.join(u"、"_s);
+    if (order.isEmpty())
+        return u"「dictionaryOrder」不能是空列表；"_s + listing;
+    QStringList missing;
+    for (const QString& identifier : order) {
+        if (!installed.contains(identifier) && !missing.contains(identifier))
+            missing.append(identifier);
+    }
+    if (!missing.isEmpty())
+        return u"「dictionaryOrder」里的 %1 没有安装；"_s.arg(missing.join(u"、"_s)) + listing;
+    for (const QString& identifier : order) {
+        if (order.count(identifier) > 1)
+            return u"「dictionaryOrder」里的 %1 出现了不止一次"_s.arg(identifier);
+    }
+    return std::nullopt;
+}
+
 void Preferences::setLengthLimit(TranslationLimit limit) {
     if (limit == m_lengthLimit)
         return;
     m_lengthLimit = limit; // not stored: every start begins at the standard limit
-    Q_EMIT changed(u"lengthLimit"_s);
+    Q_EMIT lengthLimitChanged();
 }
 
 void Preferences::setVocabularyEnabled(bool enabled) {
-    m_vocabularyEnabled = enabled;
-    m_store.setValue(kHistoryEnabled, enabled);
-    Q_EMIT changed(u"vocabularyEnabled"_s);
+    assign(Settings::vocabularyEnabled, m_vocabularyEnabled, enabled);
 }
 
 void Preferences::setDictionaryOrder(const QStringList& order) {
-    m_dictionaryOrder = order;
-    m_store.setValue(kDictionaryOrder, order);
-    Q_EMIT changed(u"dictionaryOrder"_s);
+    assign(Settings::dictionaryOrder, m_dictionaryOrder, order);
 }
 
 void Preferences::setRemovedDictionaries(const QStringList& removed) {
-    m_removedDictionaries = removed;
-    m_store.setValue(kRemovedDictionaries, removed);
-    Q_EMIT changed(u"removedDictionaries"_s);
+    assign(Settings::removedDictionaries, m_removedDictionaries, removed);
 }
 
 void Preferences::setSpeaksOnLookup(bool speaks) {
-    m_speaksOnLookup = speaks;
-    m_store.setValue(kSpeaksOnLookup, speaks);
-    Q_EMIT changed(u"speaksOnLookup"_s);
+    assign(Settings::speaksOnLookup, m_speaksOnLookup, speaks);
 }
 
 void Preferences::setHoverDwellSeconds(double seconds) {
-    m_hoverDwellSeconds = seconds;
-    m_store.setValue(kHoverDwellSeconds, seconds);
-    Q_EMIT changed(u"hoverDwellSeconds"_s);
+    assign(Settings::hoverDwellSeconds, m_hoverDwellSeconds, seconds);
 }
 
 void Preferences::setReopenTarget(ReopenTarget target) {
-    m_reopenTarget = target;
-    m_store.setValue(kReopenTarget, rawValue(target));
-    Q_EMIT changed(u"reopenTarget"_s);
+    assign(Settings::reopenTarget, m_reopenTarget, target);
 }
 
 void Preferences::setLaunchAtLogin(bool enabled) {
-    m_launchAtLogin = enabled;
-    Q_EMIT changed(u"launchAtLogin"_s);
+    update(Settings::Id::launchAtLogin, m_launchAtLogin, enabled);
     if (!m_isSyncingLaunchAtLogin)
         applyLaunchAtLogin(enabled);
 }
@@ -162,7 +116,7 @@ void Preferences::applyLaunchAtLogin(bool enabled) {
     const std::optional<QString> failure = LaunchAtLogin::setEnabled(enabled);
     m_launchAtLoginFailure =
         failure ? std::optional(u"开机自启设置失败："_s + *failure) : std::nullopt;
-    Q_EMIT changed(u"launchAtLoginFailure"_s);
+    Q_EMIT launchAtLoginFailureChanged();
     if (failure)
         syncLaunchAtLoginFromSystem();
 }

@@ -2,23 +2,21 @@
 
 #include "filter/TranslationLimit.h"
 #include "settings/DictionaryOrder.h"
+#include "settings/SettingsObject.h"
 
-#include <QObject>
 #include <QString>
 #include <QStringList>
 #include <functional>
 #include <optional>
 
-class DefaultsStore;
-
 // Lookup, notebook, dictionary, hover-timing and login settings. Reads the store when made,
 // carries older settings forward, and writes a key back whenever a property changes; a
 // value another process stores is taken in and announced like a change made here.
 // Main thread only.
-class Preferences : public QObject {
+class Preferences : public SettingsObject {
     Q_OBJECT
 public:
-    enum class ReopenTarget { settings, notebook };
+    using ReopenTarget = Settings::ReopenTarget;
 
     // Which system dictionaries are active, and which of them gloss English in Chinese.
     struct Dictionaries {
@@ -63,18 +61,15 @@ public:
     void setLaunchAtLogin(bool enabled);
     void syncLaunchAtLoginFromSystem();
 
-    static QString rawValue(ReopenTarget target);
-
 Q_SIGNALS:
-    // `property` names what changed, e.g. "dictionaryOrder".
-    void changed(const QString& property);
+    void lengthLimitChanged();
+    void launchAtLoginFailureChanged();
 
 private:
     void applyLaunchAtLogin(bool enabled);
-    // Takes in a value another process stored (a command, a person editing the file).
-    void adoptStoredValue(const QString& key);
+    // Nothing when `order` names only installed dictionaries, each once, and at least one.
+    std::optional<QString> orderProblem(const QStringList& order) const;
 
-    DefaultsStore& m_store;
     Dictionaries m_dictionaries;
     TranslationLimit m_lengthLimit = TranslationLimit::standard;
     bool m_vocabularyEnabled = true;

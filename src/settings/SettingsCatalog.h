@@ -2,14 +2,10 @@
 
 #include <QList>
 #include <QString>
-#include <QStringList>
 #include <functional>
 #include <optional>
 
-class FilterPreferences;
-class Preferences;
-class TranslationSettings;
-class TriggerSettings;
+class SettingsObject;
 
 // Every user setting by its key, read and written as text through the settings objects, so
 // their type rules and change handling apply (used by `quillet settings`).
@@ -23,11 +19,8 @@ public:
         std::function<std::optional<QString>(const QString& value)> write;
     };
 
-    // `installedDictionaries`: the identifiers a dictionary order may name ("bundled" and the
-    // system's dictionaries).
-    SettingsCatalog(Preferences& preferences, TriggerSettings& triggers, FilterPreferences& filter,
-                    TranslationSettings& translation,
-                    std::function<QStringList()> installedDictionaries);
+    // The settings `objects` hold, in the settings table's order.
+    explicit SettingsCatalog(const QList<const SettingsObject*>& objects);
 
     const QList<Setting>& settings() const { return m_settings; }
     const Setting* find(const QString& key) const;

@@ -1,18 +1,18 @@
 #pragma once
 
-#include <QObject>
+#include "settings/SettingsObject.h"
+
 #include <QString>
 #include <QUrl>
 #include <optional>
 
-class DefaultsStore;
-
 // Where sentences are translated: a model server on this machine by default. Reads the store
-// once when made and writes a key back whenever a property changes. Main thread only.
-class TranslationSettings : public QObject {
+// when made and writes a key back whenever a property changes; a value another process stores
+// is taken in and announced like a change made here. Main thread only.
+class TranslationSettings : public SettingsObject {
     Q_OBJECT
 public:
-    enum class Api { ollama, openAi };
+    using Api = Settings::TranslationApi;
 
     static const QString defaultEndpoint;
     static const QString defaultModel;
@@ -30,16 +30,8 @@ public:
 
     // An http or https address with a host; a trailing "/" is dropped.
     static std::optional<QUrl> parseEndpoint(const QString& text);
-    static std::optional<QString> parseModel(const QString& text);
-    static QString rawValue(Api api);
-    static std::optional<Api> apiFromRawValue(const QString& raw);
-
-Q_SIGNALS:
-    // `property` names what changed: "endpoint", "api" or "model".
-    void changed(const QString& property);
 
 private:
-    DefaultsStore& m_store;
     QUrl m_endpoint;
     Api m_api = Api::ollama;
     QString m_model;

@@ -1,21 +1,20 @@
 #pragma once
 
 #include "keys/HotKeySpec.h"
+#include "settings/SettingsObject.h"
 
-#include <QObject>
 #include <QString>
 #include <functional>
 #include <optional>
 
-class DefaultsStore;
-
-// Which capture sources run and how. Reads the store once when made, carries older settings
-// forward, and writes a key back whenever a property changes. Main thread only.
-class TriggerSettings : public QObject {
+// Which capture sources run and how. Reads the store when made, carries older settings
+// forward, and writes a key back whenever a property changes; a value another process stores
+// is taken in and announced like a change made here. Main thread only.
+class TriggerSettings : public SettingsObject {
     Q_OBJECT
 public:
-    enum class PointerKey { option, control, command };
-    enum class Method { copy, hotKey };
+    using PointerKey = Settings::PointerKey;
+    using Method = Settings::TriggerMethod;
 
     // Why a change was refused: a permission it needs is missing.
     struct Denial {
@@ -59,25 +58,10 @@ public:
     std::optional<Denial> trySetMethod(Method method, const PermissionCheck& check);
     std::optional<Denial> trySetSelection(bool enabled, const PermissionCheck& check);
 
-    // Absent key → the default ⌃⌥⌘D; empty or undecodable data → no hot key.
-    std::optional<HotKeySpec> loadHotKey(const QString& key) const;
-    void store(const std::optional<HotKeySpec>& spec, const QString& key);
-
-    static QString rawValue(PointerKey key);
-    static QString rawValue(Method method);
-    static std::optional<PointerKey> pointerKeyFromRawValue(const QString& raw);
-    static std::optional<Method> methodFromRawValue(const QString& raw);
-
-Q_SIGNALS:
-    void changed(const QString& property);
-    void hotKeyChanged();
-
 private:
-    // Takes in a value another process stored (a command, a person editing the file).
-    void adoptStoredValue(const QString& key);
-    void setBool(bool& field, bool value, const QString& key, const QString& property);
+    void carryPointerLookupForward();
+    void carrySelectionForward();
 
-    DefaultsStore& m_store;
     bool m_isMuted = false;
     bool m_videoSubtitlesEnabled = false;
     bool m_pausesVideoOnPeek = true;

@@ -15,8 +15,8 @@ TrayIcon::TrayIcon(TriggerSettings& triggers, EventLog& log, QObject* parent)
     m_menu.addSeparator();
     m_menu.addAction(u"退出 Quillet"_s, this, &TrayIcon::quitRequested);
     updatePauseItem();
-    connect(&m_triggers, &TriggerSettings::changed, this, [this](const QString& property) {
-        if (property == u"isMuted"_s)
+    connect(&m_triggers, &TriggerSettings::changed, this, [this](Settings::Id setting) {
+        if (setting == Settings::Id::isMuted)
             updatePauseItem();
     });
 

@@ -5,12 +5,17 @@
 #include "settings/Preferences.h"
 #include "settings/TriggerSettings.h"
 
+#include <QMetaEnum>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
 using namespace Qt::StringLiterals;
 
 namespace {
+
+QString nameOf(Settings::Id setting) {
+    return QString::fromLatin1(QMetaEnum::fromType<Settings::Id>().valueToKey(int(setting)));
+}
 
 // Settings objects made over a real store file, as at a start of the program.
 class SettingsObjectsTest : public testing::Test {
@@ -104,7 +109,7 @@ TEST_F(SettingsObjectsTest, ChangesAreWrittenAndAnnounced) {
     FilterPreferences filter(*store, log);
     QStringList changed;
     QObject::connect(&preferences, &Preferences::changed,
-                     [&changed](const QString& property) { changed.append(property); });
+                     [&changed](Settings::Id setting) { changed.append(nameOf(setting)); });
     preferences.setRemovedDictionaries({u"stardict:oxford-en"_s});
     filter.setShowsEverything(true);
     EXPECT_EQ(changed, QStringList{u"removedDictionaries"_s});
@@ -141,13 +146,15 @@ TEST_F(SettingsObjectsTest, ValuesStoredByAnotherProcessAreTakenIn) {
     QStringList announced;
     const auto listen = [&announced](auto* object) {
         QObject::connect(object, &std::remove_pointer_t<decltype(object)>::changed,
-                         [&announced](const QString& property) { announced.append(property); });
+                         [&announced](Settings::Id setting) { announced.append(nameOf(setting)); });
     };
     listen(&preferences);
     listen(&triggers);
     listen(&filter);
     bool hotKeyAnnounced = false;
-    QObject::connect(&triggers, &TriggerSettings::hotKeyChanged, [&] { hotKeyAnnounced = true; });
+    QObject::connect(&triggers, &TriggerSettings::changed, [&](Settings::Id setting) {
+        hotKeyAnnounced = hotKeyAnnounced || setting == Settings::Id::hotKey;
+    });
 
     DefaultsStore command(file);
     command.setValues({{u"hoverDwellSeconds"_s, 1.5},

@@ -3,7 +3,6 @@
 #include "cli/CommandLine.h"
 #include "cli/Output.h"
 #include "cli/TerminalText.h"
-#include "dictionary/SystemDictionaries.h"
 #include "settings/FilterPreferences.h"
 #include "settings/Preferences.h"
 #include "settings/RenameMigration.h"
@@ -43,10 +42,8 @@ int run(const QStringList& arguments) {
 
     // The same start-up order as the agent: carry the former identity's settings over first.
     RenameMigration::runIfNeeded();
-    const SettingsCatalog catalog(
-        Preferences::shared(), TriggerSettings::shared(), FilterPreferences::shared(),
-        TranslationSettings::shared(),
-        [] { return QStringList{u"bundled"_s} + SystemDictionaries::activeIdentifiers(); });
+    const SettingsCatalog catalog({&Preferences::shared(), &TriggerSettings::shared(),
+                                   &FilterPreferences::shared(), &TranslationSettings::shared()});
 
     if (action == u"list"_s) {
         for (const SettingsCatalog::Setting& setting : catalog.settings())
