@@ -132,22 +132,66 @@ void DefaultsStore::setAside() {
         m_notice(content);
 }
 
-void DefaultsStore::writeLocked() {
+DefaultsStore::~DefaultsStore() = default;
+
+void DefaultsStore::write(std::unique_ptr<SafeFiles::FolderLock> lock) {
     if (m_pending.isEmpty() || m_keepsOffDisk)
         return;
-    // Under the lock no writer is at work: a temporary file here is a killed writer's.
-    SafeFiles::removeLeftovers(m_filePath);
-    if (const std::optional<SafeFiles::Failure> failure =
-            SafeFiles::writeAtomically(m_filePath, DefaultsJson::serialize(m_values))) {
-        noteFailure(*failure);
+    if (m_writer) {
+        m_writer->start(std::move(lock), m_filePath, m_values);
+        m_writing = true;
+    } else {
+        takeOutcome(StoreWriter::writeNow(m_filePath, m_values));
+    }
+}
+
+void DefaultsStore::takeOutcome(const StoreWriter::Outcome& outcome) {
+    if (outcome.failure) {
+        noteFailure(*outcome.failure);
         return;
     }
+    // Nothing changes while a write is under way (transactions wait for it), so everything
+    // pending went into this one.
     m_pending.clear();
-    m_seen = SafeFiles::identity(m_filePath);
+    m_seen = outcome.written;
     if (m_writeFailure) {
         m_writeFailure.reset();
         Q_EMIT writesRecovered();
     }
+}
+
+void DefaultsStore::writeInBackground() {
+    if (m_writer)
+        return;
+    m_writer = std::make_unique<StoreWriter>([this] {
+        QMetaObject::invokeMethod(this, &DefaultsStore::backgroundWriteEnded, Qt::QueuedConnection);
+    });
+}
+
+void DefaultsStore::waitForWrites() {
+    if (!m_writer)
+        return;
+    m_writer->wait();
+    takeFinishedWrite();
+}
+
+void DefaultsStore::takeFinishedWrite() {
+    if (!m_writer)
+        return;
+    if (const std::optional<StoreWriter::Outcome> outcome = m_writer->take()) {
+        m_writing = false;
+        takeOutcome(*outcome);
+    }
+}
+
+void DefaultsStore::backgroundWriteEnded() {
+    takeFinishedWrite();
+    // A transaction may have handed over another write since; its own notice follows.
+    if (isWriting())
+        return;
+    // What others wrote while our write held the file is taken in now.
+    refresh();
+    Q_EMIT writeFinished();
 }
 
 void DefaultsStore::noteFailure(const SafeFiles::Failure& failure) {
@@ -162,10 +206,12 @@ void DefaultsStore::transaction(const std::function<void()>& change) {
         change();
         return;
     }
-    std::optional<SafeFiles::FolderLock> lock;
+    // A write under way holds the folder lock until the file is on disk.
+    waitForWrites();
+    std::unique_ptr<SafeFiles::FolderLock> lock;
     std::optional<SafeFiles::Failure> lockFailure;
     if (!m_writesHeld && !m_filePath.isEmpty() && !m_keepsOffDisk) {
-        lock.emplace(QFileInfo(m_filePath).absolutePath());
+        lock = std::make_unique<SafeFiles::FolderLock>(QFileInfo(m_filePath).absolutePath());
         if ((lockFailure = lock->failure()))
             lock.reset();
     }
@@ -174,17 +220,22 @@ void DefaultsStore::transaction(const std::function<void()>& change) {
     announceOthers(sync(lock ? Unreadable::keepAside : Unreadable::leave));
     change();
     --m_transactionDepth;
+    // The write releases the lock, here or on the background writer's thread.
     if (lock)
-        writeLocked();
+        write(std::move(lock));
     else if (lockFailure && !m_pending.isEmpty())
         noteFailure(*lockFailure);
-    lock.reset();
     announce(std::exchange(m_changedInTransaction, {}));
 }
 
 void DefaultsStore::refresh() {
-    if (m_transactionDepth == 0)
-        announceOthers(sync(Unreadable::leave));
+    if (m_transactionDepth > 0)
+        return;
+    takeFinishedWrite();
+    // Our own write is replacing the file: it is read again once that is done.
+    if (isWriting())
+        return;
+    announceOthers(sync(Unreadable::leave));
 }
 
 void DefaultsStore::retryUnsavedChanges() {

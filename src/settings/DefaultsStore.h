@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/SafeFiles.h"
+#include "settings/StoreWriter.h"
 
 #include <QObject>
 #include <QString>
@@ -23,7 +24,8 @@
 // process did not change are never written from a stale copy. A file that cannot be read is
 // kept aside under a time-stamped name before a fresh store is started, and the event log
 // says so. A write that fails leaves the file as it was; the changes stay in memory (and
-// are written with the next change or retry) and writeFailure() says why. Main thread only.
+// are written with the next change or retry) and writeFailure() says why. Main thread only;
+// the file itself may be written on a thread of its own (writeInBackground()).
 class DefaultsStore : public QObject {
     Q_OBJECT
 public:
@@ -37,6 +39,8 @@ public:
     explicit DefaultsStore(QString filePath,
                            std::function<void(const QString& content)> notice = {},
                            QObject* parent = nullptr);
+    // Finishes the write under way.
+    ~DefaultsStore() override;
 
     const QString& filePath() const { return m_filePath; }
 
@@ -85,6 +89,18 @@ public:
     void holdWrites() { m_writesHeld = true; }
     bool writesHeld() const { return m_writesHeld; }
 
+    // From now on each transaction hands its write, and the folder lock with it, to a thread
+    // of its own and returns at once (the agent, whose main thread must not wait for the
+    // disk). Its outcome is taken in on this thread: writeFailed, writesRecovered and
+    // writeFinished are emitted from the event loop. A transaction started while a write is
+    // under way waits for it first.
+    void writeInBackground();
+    bool writesInBackground() const { return m_writer != nullptr; }
+    // Whether a write handed to the background is under way or its outcome not yet taken in.
+    bool isWriting() const { return m_writing; }
+    // Blocks until the write under way is on disk (or failed) and takes in its outcome.
+    void waitForWrites();
+
     // Why the last write failed; nothing once every change is on disk.
     const std::optional<SafeFiles::Failure>& writeFailure() const { return m_writeFailure; }
     bool hasUnsavedChanges() const { return !m_pending.isEmpty(); }
@@ -99,6 +115,9 @@ Q_SIGNALS:
     void writesRecovered();
     // Keys another process (or a person) changed in the file, after their valueChanged.
     void changedElsewhere(const QStringList& keys);
+    // A background write is over and nothing else is under way: a transaction now runs
+    // without waiting.
+    void writeFinished();
 
 private:
     enum class Unreadable { keepAside, leave };
@@ -106,8 +125,13 @@ private:
     // value that changed.
     QStringList sync(Unreadable unreadable);
     void setAside();
-    // Writes m_values; the caller holds the folder lock.
-    void writeLocked();
+    // Writes m_values, or hands the write to the background with `lock`.
+    void write(std::unique_ptr<SafeFiles::FolderLock> lock);
+    void takeOutcome(const StoreWriter::Outcome& outcome);
+    // Takes in the outcome of a background write that has ended, if any.
+    void takeFinishedWrite();
+    // The background writer's notice, on this thread.
+    void backgroundWriteEnded();
     // Remembers why changes stay in memory; the first failure of a run is announced.
     void noteFailure(const SafeFiles::Failure& failure);
     void announce(const QStringList& keys);
@@ -128,4 +152,6 @@ private:
     // Set when an unreadable file could be neither renamed nor copied: it is never replaced.
     bool m_keepsOffDisk = false;
     class QFileSystemWatcher* m_watcher = nullptr;
+    std::unique_ptr<StoreWriter> m_writer;
+    bool m_writing = false;
 };

@@ -295,3 +295,35 @@ TEST_F(DefaultsStoreTest, SpecialFilesAreKeptAsideWithoutBlocking) {
     const QString aside = notices[0].section(u"另存为 "_s, 1).section(u'，', 0, 0);
     EXPECT_TRUE(QFileInfo(folder() + u'/' + aside).exists());
 }
+
+// Written on a thread of its own, as the agent does: the failure is known once the write
+// ends, still told once, and the change is written with the next one.
+TEST_F(DefaultsStoreTest, InTheBackgroundAFailedWriteIsToldOnceAndWrittenLater) {
+    auto store = open();
+    store->writeInBackground();
+    QSignalSpy failed(store.get(), &DefaultsStore::writeFailed);
+    QSignalSpy recovered(store.get(), &DefaultsStore::writesRecovered);
+    store->setValue(u"kept"_s, u"old"_s);
+    store->waitForWrites();
+    const QByteArray before = read(path());
+    {
+        const FileSizeLimit limit(before.size() + 16);
+        store->setValue(u"big"_s, QString(4096, u'x'));
+        store->setValue(u"more"_s, true);
+        store->waitForWrites();
+    }
+    EXPECT_EQ(read(path()), before);
+    ASSERT_TRUE(store->writeFailure().has_value());
+    EXPECT_EQ(store->writeFailure()->reason, u"磁盘空间已满"_s);
+    EXPECT_EQ(failed.size(), 1);
+    EXPECT_TRUE(store->hasUnsavedChanges());
+
+    open()->setValue(u"other"_s, 1);
+    store->setValue(u"last"_s, true);
+    store->waitForWrites();
+    EXPECT_EQ(recovered.size(), 1);
+    EXPECT_FALSE(store->hasUnsavedChanges());
+    const auto reread = open();
+    EXPECT_EQ(reread->stringValue(u"big"_s).size(), 4096);
+    EXPECT_EQ(reread->value(u"other"_s), QVariant(qint64(1)));
+}
