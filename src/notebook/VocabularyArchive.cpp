@@ -174,6 +174,30 @@ QByteArray encode(const QList<Entry>& entries) {
     return QJsonDocument(array).toJson(QJsonDocument::Compact);
 }
 
+QByteArray ListEncoder::encode(const QList<Entry>& entries) {
+    QByteArray bytes;
+    bytes.reserve(m_lastSize + 1024);
+    bytes += '[';
+    for (const Entry& entry : entries) {
+        Encoded& encoded = m_previous[entry.text];
+        if (encoded.json.isEmpty() || !(encoded.entry == entry))
+            encoded = {entry, QJsonDocument(encodeEntry(entry)).toJson(QJsonDocument::Compact)};
+        if (bytes.size() > 1)
+            bytes += ',';
+        bytes += encoded.json;
+    }
+    bytes += ']';
+    m_lastSize = bytes.size();
+    // Entries that left the list (evicted, removed) are forgotten once they are many.
+    if (m_previous.size() > 2 * entries.size() + 64) {
+        QHash<QString, Encoded> kept;
+        for (const Entry& entry : entries)
+            kept.insert(entry.text, m_previous.value(entry.text));
+        m_previous = std::move(kept);
+    }
+    return bytes;
+}
+
 Decoded decode(const QByteArray& data) {
     const std::optional<QJsonArray> elements = array(data);
     if (!elements)

@@ -4,6 +4,7 @@
 
 #include <QByteArray>
 #include <QDateTime>
+#include <QHash>
 #include <QList>
 #include <QString>
 #include <optional>
@@ -29,6 +30,23 @@ struct LegacyItem {
 };
 
 QByteArray encode(const QList<Vocabulary::Entry>& entries);
+
+// encode() for a list saved again and again with few changes in between (the notebook after
+// each lookup): each entry's JSON is kept from the previous call and only entries that
+// differ are encoded again. The bytes are those of encode().
+class ListEncoder {
+public:
+    QByteArray encode(const QList<Vocabulary::Entry>& entries);
+
+private:
+    struct Encoded {
+        Vocabulary::Entry entry;
+        QByteArray json;
+    };
+    // By text: a word and a sentence of the same text only cost each other the reuse.
+    QHash<QString, Encoded> m_previous;
+    qsizetype m_lastSize = 0;
+};
 // Never fails: what cannot be read is left out and `intact` says so.
 Decoded decode(const QByteArray& data);
 
