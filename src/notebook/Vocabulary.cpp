@@ -43,9 +43,12 @@ Vocabulary::Entry legacyEntry(const QString& word, const VocabularyArchive::Lega
 } // namespace
 
 Vocabulary::Vocabulary(Dependencies dependencies, QObject* parent)
-    : QObject(parent), m_deps(std::move(dependencies)) {
+    : QObject(parent), m_deps(std::move(dependencies)),
+      m_encoder(std::make_unique<VocabularyArchive::ListEncoder>()) {
     load();
 }
+
+Vocabulary::~Vocabulary() = default;
 
 QList<Vocabulary::Entry> Vocabulary::starred() const {
     QList<Entry> result;
@@ -95,36 +98,71 @@ void Vocabulary::update(const std::function<bool()>& change) {
     bool changed = false;
     m_deps.store.transaction([&] {
         adoptStored();
+        const bool noted = keepsUnsaved();
         changed = change();
-        if (changed)
+        if (changed || noted)
             save();
     });
     if (changed)
         Q_EMIT entriesChanged();
 }
 
+void Vocabulary::noteLookup(const Lookup& lookup) {
+    const qsizetype index = indexOf(lookup.word, Kind::word);
+    if (index >= 0) {
+        Entry entry = m_entries.takeAt(index);
+        entry.lastDate = lookup.date;
+        ++entry.count;
+        m_entries.prepend(std::move(entry));
+    } else {
+        m_entries.prepend(Entry{.kind = Kind::word,
+                                .text = lookup.word,
+                                .firstDate = lookup.date,
+                                .lastDate = lookup.date,
+                                .count = 1});
+    }
+}
+
 void Vocabulary::record(const QString& text) {
     const QString word = normalize(text, Kind::word);
     if (!isRecordableWord(word))
         return;
-    update([&] {
-        // Asked inside the transaction: a command may have switched recording off just now.
-        if (!m_deps.recordingEnabled())
-            return false;
-        const QDateTime now = m_deps.now();
-        const qsizetype index = indexOf(word, Kind::word);
-        if (index >= 0) {
-            Entry entry = m_entries.takeAt(index);
-            entry.lastDate = now;
-            ++entry.count;
-            m_entries.prepend(std::move(entry));
-        } else {
-            m_entries.prepend(Entry{
-                .kind = Kind::word, .text = word, .firstDate = now, .lastDate = now, .count = 1});
-        }
-        evictIfNeeded();
-        return true;
-    });
+    if (!m_deps.store.writesInBackground()) {
+        update([&] {
+            // Asked inside the transaction: a command may have switched recording off just now.
+            if (!m_deps.recordingEnabled())
+                return false;
+            noteLookup({word, m_deps.now()});
+            evictIfNeeded();
+            return true;
+        });
+        return;
+    }
+    // Asked again when the lookup is saved.
+    if (!m_deps.recordingEnabled())
+        return;
+    m_unsaved.append({word, m_deps.now()});
+    noteLookup(m_unsaved.constLast());
+    evictIfNeeded();
+    Q_EMIT entriesChanged();
+    // Lookups noted while a write is under way share the next one (see load()).
+    if (!m_deps.store.isWriting())
+        flush();
+}
+
+bool Vocabulary::keepsUnsaved() {
+    if (m_unsaved.isEmpty())
+        return false;
+    const bool recording = m_deps.recordingEnabled();
+    m_unsaved.clear();
+    if (!recording)
+        adopt(m_deps.store.storedValue(kStorageKey).value_or(QVariant()));
+    return recording;
+}
+
+void Vocabulary::flush() {
+    if (!m_unsaved.isEmpty())
+        update([] { return false; });
 }
 
 // A newly starred item goes to the top like a fresh lookup, with a count of 0 since it was
@@ -221,9 +259,15 @@ void Vocabulary::purgeIfDisabled() {
 }
 
 void Vocabulary::evictIfNeeded() {
+    if (const qsizetype removed = evictOldest(); removed > 0)
+        m_deps.log(u"查询记录已满，移除最旧的 "_s + QString::number(removed) +
+                   u" 条（收藏不受影响）"_s);
+}
+
+qsizetype Vocabulary::evictOldest() {
     qsizetype excess = m_entries.size() - starredCount() - historyLimit;
     if (excess <= 0)
-        return;
+        return 0;
     const qsizetype removed = excess;
     for (qsizetype i = m_entries.size() - 1; i >= 0 && excess > 0; --i) {
         if (!m_entries[i].starred) {
@@ -231,12 +275,11 @@ void Vocabulary::evictIfNeeded() {
             --excess;
         }
     }
-    m_deps.log(u"查询记录已满，移除最旧的 "_s + QString::number(removed) +
-               u" 条（收藏不受影响）"_s);
+    return removed;
 }
 
 void Vocabulary::save() {
-    const QByteArray data = VocabularyArchive::encode(m_entries);
+    const QByteArray data = m_encoder->encode(m_entries);
     m_adopted = data;
     m_deps.store.setValue(kStorageKey, data);
 }
@@ -245,6 +288,10 @@ void Vocabulary::adoptStored() {
     const QVariant stored = m_deps.store.storedValue(kStorageKey).value_or(QVariant());
     if (stored.typeId() == m_adopted.typeId() && stored == m_adopted)
         return;
+    adopt(stored);
+}
+
+void Vocabulary::adopt(const QVariant& stored) {
     m_adopted = stored;
     m_entries.clear();
     if (stored.typeId() == QMetaType::QByteArray) {
@@ -263,6 +310,12 @@ void Vocabulary::adoptStored() {
         preserveUnreadable(stored, DefaultsJson::serialize({{kStorageKey, stored}}), 0);
         save();
     }
+    // Lookups noted since the last save count on the list as it is now; their evictions
+    // were reported when they were noted.
+    for (const Lookup& lookup : std::as_const(m_unsaved)) {
+        noteLookup(lookup);
+        evictOldest();
+    }
     Q_EMIT entriesChanged();
 }
 
@@ -271,6 +324,7 @@ void Vocabulary::load() {
         if (key == kStorageKey)
             adoptStored();
     });
+    connect(&m_deps.store, &DefaultsStore::writeFinished, this, &Vocabulary::flush);
     m_deps.store.transaction([this] {
         adoptStored();
         if (const std::optional<QByteArray> data = m_deps.store.dataIfPresent(kWordListKey)) {

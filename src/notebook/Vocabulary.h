@@ -5,15 +5,21 @@
 #include <QObject>
 #include <QString>
 #include <functional>
+#include <memory>
 #include <optional>
 
 class DefaultsStore;
+namespace VocabularyArchive {
+class ListEncoder;
+}
 
 // The notebook: the automatic query history and the starred words and sentences, in one
 // list, newest first, kept in the defaults store under "vocabulary2". Other processes change
 // the same list (commands, a second program), so every change is made to the list as the
 // store holds it at that moment, in one transaction of the store; a change made elsewhere
-// is taken in as soon as the store sees it. Main thread only.
+// is taken in as soon as the store sees it. When the store writes in the background (the
+// agent), a lookup noted while a write is under way waits in memory and goes with the next
+// write, made as soon as that one is done. Main thread only.
 class Vocabulary : public QObject {
     Q_OBJECT
 public:
@@ -68,14 +74,18 @@ public:
 
     static Vocabulary& shared();
     explicit Vocabulary(Dependencies dependencies, QObject* parent = nullptr);
+    ~Vocabulary() override;
 
     const QList<Entry>& entries() const { return m_entries; }
     QList<Entry> starred() const;
     qsizetype starredCount() const;
     bool isNearlyFull() const;
 
-    // Notes a lookup of a word (when recording is on and the word is plain ASCII).
+    // Notes a lookup of a word (when recording is on and the word is plain ASCII) and saves
+    // it, unless a background write is under way (see above).
     void record(const QString& text);
+    // Saves the lookups waiting in memory now (the agent, as it quits).
+    void flush();
     // Returns the new state. A newly starred item goes to the top with a count of 0;
     // unstarring an item never looked up (count 0) removes it.
     bool toggleStar(const QString& text, Kind kind,
@@ -108,6 +118,10 @@ Q_SIGNALS:
     void entriesChanged();
 
 private:
+    struct Lookup {
+        QString word;
+        QDateTime date;
+    };
     qsizetype indexOf(const QString& normalizedText, Kind kind) const;
     void load();
     // Runs `change` on the list as stored now and saves it when `change` says it changed
@@ -115,6 +129,12 @@ private:
     void update(const std::function<bool()>& change);
     // Decodes the stored list again when it is not the one the entries came from.
     void adoptStored();
+    // Decodes `stored` into the entries, with the lookups not yet saved on top.
+    void adopt(const QVariant& stored);
+    // Whether lookups noted in memory are to be saved now; drops them when recording was
+    // switched off since.
+    bool keepsUnsaved();
+    void noteLookup(const Lookup& lookup);
     void adoptLegacy(const QList<Entry>& words, const QString& oldKey);
     void preserveUnreadable(const QVariant& stored, const QByteArray& raw, qsizetype total);
     // Stars or unstars the item in the list as it is; returns the new state.
@@ -122,10 +142,15 @@ private:
                 const std::optional<Source>& source);
     void removeHistory(const QString& logLine);
     void evictIfNeeded();
+    // Removes the oldest history beyond the limit; returns how many entries went.
+    qsizetype evictOldest();
     void save();
 
     Dependencies m_deps;
     QList<Entry> m_entries;
     // The stored value the entries were decoded from.
     QVariant m_adopted;
+    std::unique_ptr<VocabularyArchive::ListEncoder> m_encoder;
+    // Noted in memory, in the entries, not yet in the store.
+    QList<Lookup> m_unsaved;
 };

@@ -3,6 +3,7 @@
 #include "harness/FakeModelServer.h"
 #include "harness/ForeignClipboard.h"
 #include "harness/QuilletProcess.h"
+#include "harness/StoredSettings.h"
 #include "settings/TranslationSettings.h"
 
 #include <QDeadlineTimer>
@@ -69,6 +70,8 @@ TEST_F(AgentClipboardTest, CopiedWordIsAnsweredRecordedAndAMinuteLaterLookedUpAg
 
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(u"HOME"_s, agent.home());
+    // The answer comes as the notebook's write begins; the command reads what it wrote.
+    StoredSettings::waitForWriters(agent.home());
     const QuilletProcess::Run notebook =
         QuilletProcess::run({u"notebook"_s, u"list"_s, u"--json"_s}, environment);
     EXPECT_TRUE(notebook.out.contains(u"\"water\""_s)) << notebook.out.toStdString();

@@ -34,12 +34,14 @@ protected:
     QuilletProcess::Run quillet(const QStringList& arguments) const {
         return QuilletProcess::run(arguments, environment());
     }
-    // Copies a word and waits for the agent's answer, which it gives after recording it.
+    // Copies a word and waits for the agent's answer, which it gives once the lookup is
+    // recorded and its write begun, then for that write to end.
     void lookUp(const QString& word) {
         const qsizetype mark = agent.mark();
         ASSERT_TRUE(clipboard.copy(word.toUtf8()));
         ASSERT_TRUE(agent.waitForLine(startingWith(u"[结果] 词典｜"_s + word), 12000, mark))
             << text(agent.linesSince(mark));
+        StoredSettings::waitForWriters(agent.home());
     }
     QJsonObject stored() const {
         const auto settings = StoredSettings::read(agent.home());

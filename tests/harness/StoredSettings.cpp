@@ -1,6 +1,9 @@
 #include "harness/StoredSettings.h"
 
+#include "platform/SafeFiles.h"
+
 #include <QFile>
+#include <QFileInfo>
 #include <QJsonDocument>
 
 using namespace Qt::StringLiterals;
@@ -39,6 +42,10 @@ QStringList notebookTexts(const QJsonArray& entries, bool starredOnly) {
             texts.append(entry.toObject().value(u"text"_s).toString());
     }
     return texts;
+}
+
+void waitForWriters(const QString& home) {
+    const SafeFiles::FolderLock lock(QFileInfo(filePath(home)).absolutePath());
 }
 
 } // namespace StoredSettings

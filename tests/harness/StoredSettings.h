@@ -17,5 +17,8 @@ std::optional<QJsonObject> read(const QString& home);
 std::optional<QJsonArray> notebook(const QJsonObject& settings);
 // The texts of the notebook's entries, all or only the starred ones.
 QStringList notebookTexts(const QJsonArray& entries, bool starredOnly = false);
+// Waits until no program is writing the file: each writer holds the settings folder's lock
+// until its file is on disk, the agent's background writer included.
+void waitForWriters(const QString& home);
 
 } // namespace StoredSettings

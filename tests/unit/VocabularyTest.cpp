@@ -1,9 +1,12 @@
 #include "notebook/Vocabulary.h"
 
 #include "harness/QtPrinters.h"
+#include "notebook/VocabularyArchive.h"
 #include "settings/DefaultsStore.h"
 
+#include <QCoreApplication>
 #include <QFile>
+#include <QSignalSpy>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 #include <memory>
@@ -24,6 +27,8 @@ protected:
     void reopen() {
         vocabulary.reset();
         store = std::make_unique<DefaultsStore>(m_dir.path() + u"/defaults.json"_s);
+        if (inBackground)
+            store->writeInBackground();
         vocabulary = std::make_unique<Vocabulary>(Vocabulary::Dependencies{
             .store = *store,
             .recordingEnabled = [this] { return recording; },
@@ -40,6 +45,20 @@ protected:
             result.append(entry.text);
         return result;
     }
+    // The texts as another program finds them in the file.
+    QStringList storedTexts() const {
+        const DefaultsStore reader(m_dir.path() + u"/defaults.json"_s);
+        QStringList result;
+        for (const Vocabulary::Entry& entry :
+             VocabularyArchive::decode(reader.dataIfPresent(u"vocabulary2"_s).value_or("")).entries)
+            result.append(entry.text);
+        return result;
+    }
+    // The background write ends and its notice arrives, which starts the next one.
+    void endWrite() {
+        store->waitForWrites();
+        QCoreApplication::processEvents();
+    }
     void recordWords(QChar prefix, int count) {
         for (int i = 0; i < count; ++i)
             vocabulary->record(QString(prefix) + QChar(u'a' + i / 26) + QChar(u'a' + i % 26));
@@ -49,6 +68,7 @@ protected:
     std::unique_ptr<DefaultsStore> store;
     std::unique_ptr<Vocabulary> vocabulary;
     bool recording = true;
+    bool inBackground = false;
     QDateTime now = kReference.addSecs(100);
     QStringList logs;
 };
@@ -275,4 +295,88 @@ TEST_F(VocabularyTest, ReadsNumbersOutOfRangeAsSaneValues) {
     EXPECT_EQ(old->count, qint64(1) << 53);
     EXPECT_FALSE(old->firstDate);
     EXPECT_FALSE(store->contains(u"vocabulary2.unreadable"_s));
+}
+
+// Each entry's JSON is kept from one save to the next; whatever changed is encoded again.
+TEST_F(VocabularyTest, TheSavedListIsTheListAsItIsNow) {
+    using Step = std::pair<const char*, std::function<void()>>;
+    const Step steps[] = {
+        {"looked up",
+         [&] {
+             recordWords(u'w', 3);
+         }},
+        {"starred with a translation",
+         [&] {
+             vocabulary->toggleStar(u"waa"_s, Kind::word, u"一"_s);
+         }},
+        {"a sentence of the same text",
+         [&] {
+             vocabulary->toggleStar(u"waa"_s, Kind::sentence);
+         }},
+        {"looked up again later",
+         [&] {
+             now = now.addSecs(60);
+             vocabulary->record(u"wab"_s);
+         }},
+        {"removed and looked up anew",
+         [&] {
+             vocabulary->remove({.kind = Kind::word, .text = u"wac"_s});
+             vocabulary->record(u"wac"_s);
+         }},
+    };
+    for (const auto& [name, step] : steps) {
+        SCOPED_TRACE(name);
+        step();
+        EXPECT_EQ(store->dataIfPresent(u"vocabulary2"_s),
+                  VocabularyArchive::encode(vocabulary->entries()));
+    }
+}
+
+// The agent's store writes on a thread of its own. Lookups made while a write is under way
+// are shown at once and go together with the next write, which holds the latest list.
+TEST_F(VocabularyTest, InTheBackgroundLookupsDuringAWriteShareTheNextOneAndNoneIsLostAtQuit) {
+    inBackground = true;
+    reopen();
+    QSignalSpy writes(store.get(), &DefaultsStore::writeFinished);
+    vocabulary->record(u"first"_s);
+    recordWords(u'w', 12);
+    EXPECT_EQ(texts().size(), 13);
+    store->waitForWrites();
+    EXPECT_EQ(storedTexts(), QStringList{u"first"_s});
+    endWrite();
+    endWrite();
+    EXPECT_EQ(storedTexts(), texts());
+    EXPECT_EQ(writes.size(), 2);
+
+    // As the agent quits, no event loop hands the waiting lookups over any more.
+    recordWords(u'x', 3);
+    vocabulary->flush();
+    const QStringList shown = texts();
+    vocabulary.reset();
+    store.reset(); // while the last write is still under way
+    EXPECT_EQ(storedTexts(), shown);
+}
+
+TEST_F(VocabularyTest, InTheBackgroundWaitingLookupsGoOnTopOfAnotherProgramsChange) {
+    inBackground = true;
+    reopen();
+    vocabulary->record(u"alpha"_s);
+    vocabulary->record(u"beta"_s); // waits for alpha's write
+    // A command, meanwhile: it waits for the folder lock that write holds.
+    DefaultsStore commandStore(m_dir.path() + u"/defaults.json"_s);
+    Vocabulary command({.store = commandStore, .recordingEnabled = [] { return true; }, .log = {}});
+    EXPECT_TRUE(command.setStarred(u"gamma"_s, Kind::word, true));
+    endWrite();
+    store->waitForWrites();
+    EXPECT_EQ(storedTexts(), (QStringList{u"beta"_s, u"gamma"_s, u"alpha"_s}));
+    EXPECT_EQ(texts(), storedTexts());
+
+    // Recording switched off before a waiting lookup is written: it is forgotten.
+    vocabulary->record(u"delta"_s);
+    vocabulary->record(u"epsilon"_s); // waits for delta's write
+    recording = false;
+    endWrite();
+    store->waitForWrites();
+    EXPECT_EQ(storedTexts(), (QStringList{u"delta"_s, u"beta"_s, u"gamma"_s, u"alpha"_s}));
+    EXPECT_EQ(texts(), storedTexts());
 }

@@ -113,11 +113,18 @@ int run(int argc, char** argv) {
     // Start-up order: the former identity's settings first, then the settings objects, then
     // the coordinator.
     RenameMigration::runIfNeeded();
+    // The file is written off the main thread from here on; what waits is written at quit.
+    DefaultsStore& store = DefaultsStore::shared();
+    store.writeInBackground();
     Preferences& preferences = Preferences::shared();
     TriggerSettings& triggers = TriggerSettings::shared();
     FilterPreferences& filter = FilterPreferences::shared();
     EventLog& log = EventLog::shared();
     Vocabulary& vocabulary = Vocabulary::shared();
+    QObject::connect(&application, &QCoreApplication::aboutToQuit, &store, [&vocabulary, &store] {
+        vocabulary.flush();
+        store.waitForWrites();
+    });
 
     const std::unique_ptr<Pasteboard> pasteboard = makeSystemPasteboard();
     const std::unique_ptr<TranslationEngine> translator =
@@ -158,7 +165,7 @@ int run(int argc, char** argv) {
          .wordDatabaseMissing = !bundled.isAvailable() && !bundled.problem(),
          .clipboardPollMs = clipboardPollMs()});
 
-    watchSettingsFile(DefaultsStore::shared(), panel, log);
+    watchSettingsFile(store, panel, log);
 
     TrayIcon tray(triggers, log);
     QObject::connect(&tray, &TrayIcon::quitRequested, &application, &QApplication::quit);
