@@ -9,6 +9,7 @@
 #include "harness/ScriptedPasteboard.h"
 #include "logs/EventLog.h"
 #include "lookup/LookupEngine.h"
+#include "lookup/TranslationEngine.h"
 #include "notebook/Vocabulary.h"
 #include "platform/Platform.h"
 #include "platform/TranslationEngineFactory.h"

@@ -1,10 +1,9 @@
 #pragma once
 
-#include "lookup/TranslationEngine.h"
-
 #include <memory>
 
 class EventLog;
+class TranslationEngine;
 class TranslationSettings;
 
 // The sentence translator of this platform, set up from the user's settings.

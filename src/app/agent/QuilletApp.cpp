@@ -9,6 +9,7 @@
 #include "logs/DiagnosticLog.h"
 #include "logs/EventLog.h"
 #include "lookup/LookupEngine.h"
+#include "lookup/TranslationEngine.h"
 #include "notebook/Vocabulary.h"
 #include "platform/MemoryHygiene.h"
 #include "platform/SystemDictionaryBridge.h"

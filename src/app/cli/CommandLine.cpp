@@ -18,6 +18,7 @@
 #include "logs/EventLog.h"
 #include "lookup/LookupEngine.h"
 #include "lookup/LookupLogLines.h"
+#include "lookup/TranslationEngine.h"
 #include "platform/TranslationEngineFactory.h"
 #include "settings/DefaultsStore.h"
 #include "settings/Preferences.h"

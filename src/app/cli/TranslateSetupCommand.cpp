@@ -3,6 +3,7 @@
 #include "cli/CommandLine.h"
 #include "cli/Output.h"
 #include "logs/EventLog.h"
+#include "lookup/TranslationEngine.h"
 #include "platform/TranslationEngineFactory.h"
 #include "settings/RenameMigration.h"
 #include "settings/TranslationSettings.h"
