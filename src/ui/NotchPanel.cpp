@@ -8,14 +8,23 @@
 #include "ui/PanelStyle.h"
 #include "ui/ResultView.h"
 
+#include <QCoreApplication>
 #include <QMetaEnum>
 #include <QScreen>
 #include <QStackedWidget>
 #include <algorithm>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
 namespace {
+
+// Asks the other dictionaries about the result of one generation.
+struct OtherSourcesEvent : QEvent {
+    static constexpr auto kType = static_cast<QEvent::Type>(QEvent::User + 1);
+    explicit OtherSourcesEvent(quint64 generation) : QEvent(kType), generation(generation) {}
+    quint64 generation;
+};
 
 int windowWidthFor(NotchPanel::State state) {
     switch (state) {
@@ -52,6 +61,10 @@ NotchPanel::NotchPanel(Timings timings, QObject* parent)
     });
     connect(m_window.get(), &NotchWindow::pointerEntered, this, &NotchPanel::pointerEntered);
     connect(m_window.get(), &NotchWindow::pointerLeft, this, &NotchPanel::pointerLeft);
+    connect(m_window.get(), &NotchWindow::settled, this, [this] {
+        if (const std::optional<quint64> generation = std::exchange(m_otherSourcesAfterDrop, {}))
+            loadOtherSources(*generation);
+    });
     wireActions();
 }
 
@@ -133,10 +146,23 @@ bool NotchPanel::show(const LookupResult& result, bool force) {
     present(State::result);
     scheduleAutoHide();
     // The first answer goes up at once; the other dictionaries are asked only after it has
-    // been painted, since asking them all takes a moment.
+    // been painted and has dropped down, since asking them all takes a moment that would
+    // stall the drop. Qt posts the window's repaint at low priority, ahead of anything posted
+    // lower still.
     if (!result.isTranslation() && m_actions.wordSources)
-        QTimer::singleShot(0, this, [this, generation] { loadOtherSources(generation); });
+        QCoreApplication::postEvent(this, new OtherSourcesEvent(generation),
+                                    Qt::LowEventPriority - 1);
     return true;
+}
+
+void NotchPanel::customEvent(QEvent* event) {
+    if (event->type() != OtherSourcesEvent::kType)
+        return;
+    const quint64 generation = static_cast<OtherSourcesEvent*>(event)->generation;
+    if (m_window->isMoving())
+        m_otherSourcesAfterDrop = generation;
+    else
+        loadOtherSources(generation);
 }
 
 void NotchPanel::loadOtherSources(quint64 generation) {

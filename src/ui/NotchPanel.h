@@ -8,6 +8,7 @@
 #include <QTimer>
 #include <chrono>
 #include <memory>
+#include <optional>
 
 class LanguagePackView;
 class LoadingView;
@@ -44,8 +45,8 @@ public:
         std::chrono::milliseconds hoverExpand{120};
         // A panel opened by hovering folds this long after the pointer leaves.
         std::chrono::milliseconds hoverLeave{600};
-        // Growing from the pill; 0 applies every size at once.
-        std::chrono::milliseconds animation{220};
+        // Dropping down from the pill; 0 applies every size at once.
+        std::chrono::milliseconds animation{120};
     };
 
     explicit NotchPanel(QObject* parent = nullptr);
@@ -90,6 +91,9 @@ Q_SIGNALS:
     // New content, more tabs, another tab, the star, download progress.
     void contentChanged();
 
+protected:
+    void customEvent(QEvent* event) override;
+
 private:
     bool isHeld() const;
     QWidget* viewFor(State state) const;
@@ -118,6 +122,8 @@ private:
     QString m_packQuery;
     QList<LookupResult::Source> m_loadedWordSources;
     quint64 m_generation = 0;
+    // The result whose other dictionaries are asked once the window has dropped down.
+    std::optional<quint64> m_otherSourcesAfterDrop;
 
     QTimer m_hideTimer;
     QTimer m_hoverTimer;
