@@ -9,6 +9,7 @@ if [ "${1:-}" = --perf ]; then
     shift 2
 fi
 copies="${1:-30}"
+shift || true
 work=$(mktemp -d)
 agent_pid='' perf_pid=''
 stop() { # by process id: politely, then for good
@@ -49,7 +50,7 @@ if [ -n "$perf_out" ]; then
     sleep 0.5
 fi
 ticks0=$(awk '{print $14 + $15}' "/proc/$pid/stat")
-"$build/bin/copy_to_panel" "${words[@]}"
+"$build/bin/copy_to_panel" "$@" "${words[@]}"
 status=$?
 ticks1=$(awk '{print $14 + $15}' "/proc/$pid/stat")
 awk -v t=$((ticks1 - ticks0)) -v hz="$(getconf CLK_TCK)" -v n="$copies" \

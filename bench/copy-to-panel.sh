@@ -4,8 +4,9 @@
 # clipboard with each of 30 words and watches the panel window's map and damage events.
 # Budgets: copy → first pixels median ≤ 20 ms, copy → fully drawn median ≤ 150 ms.
 # Builds nothing: run scripts/setup (or cmake --build) first.
-#   bench/copy-to-panel.sh [--perf FILE] [COPIES]
+#   bench/copy-to-panel.sh [--perf FILE] [COPIES [copy_to_panel OPTION...]]
 #   --perf FILE  also samples the agent with perf record (call graphs) into FILE
+#   e.g. bench/copy-to-panel.sh 3 --trace   lists every event after each of three copies
 set -euo pipefail
 cd "$(dirname "$0")/.."
 build="${QUILLET_BUILD_DIR:-build}"

@@ -1,15 +1,19 @@
 // Times the agent's panel from outside, by watching the X display as a user's eyes would.
 //
-//   copy_to_panel [--settle MS] [--timeout MS] [--jitter MS] WORD...
+//   copy_to_panel [--settle MS] [--timeout MS] [--jitter MS] [--trace] WORD...
 //
 // For each word: waits until the panel is folded and still, then a random while of up to
 // --jitter ms (400 by default), so copies fall at any moment of whatever the agent does on a
-// schedule, as a user's do; takes the CLIPBOARD the way
-// another program does (serving TARGETS, UTF8_STRING, STRING and TEXT), and watches the
-// panel window: its map, the first damage after the copy (first pixels), and the last damage
-// before the window stays still for the settle time (fully drawn). The panel is found by
-// its title, which the agent keeps as "Quillet 面板｜STATE｜…". Prints one line per copy and
-// then the median and 90th percentile of each figure. Exits 1 when a copy went unanswered.
+// schedule, as a user's do. Then takes the CLIPBOARD the way another program does (serving
+// TARGETS, UTF8_STRING, STRING and TEXT) and watches the panel window: its map, the first
+// damage after the copy (first pixels: the loading state's, where it shows), the first
+// damage once the title says the answer is there (the answer's pixels), and the last change
+// before the window stays still for the settle time (fully drawn). Changes are damage, new
+// shapes and new geometry: where the server keeps the window's pixels (an ARGB window on a
+// server with Composite), revealing more of them by reshaping draws nothing. The panel is
+// found by its title, which the agent keeps as "Quillet 面板｜STATE｜…". Prints one line per
+// copy (--trace: every event too), then the median and 90th percentile of each figure.
+// Exits 1 when a copy went unanswered.
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
@@ -21,6 +25,7 @@
 #include <string>
 #include <vector>
 #include <xcb/damage.h>
+#include <xcb/shape.h>
 #include <xcb/xcb.h>
 
 namespace {
@@ -30,18 +35,19 @@ using Ms = std::chrono::duration<double, std::milli>;
 
 const std::string kTitlePrefix = "Quillet 面板｜";
 const char* const kUsage =
-    "usage: copy_to_panel [--settle MS] [--timeout MS] [--jitter MS] WORD...";
+    "usage: copy_to_panel [--settle MS] [--timeout MS] [--jitter MS] [--trace] WORD...";
 
 struct Options {
     std::chrono::milliseconds settle{100};
     std::chrono::milliseconds timeout{4000};
     std::chrono::milliseconds jitter{400};
+    bool trace = false;
     std::vector<std::string> words;
 };
 
 struct Sample {
     std::string word;
-    std::optional<double> map, firstPixels, fullyDrawn, answered;
+    std::optional<double> map, firstPixels, answerPixels, fullyDrawn, answered;
 };
 
 [[noreturn]] void fail(const char* message) {
@@ -127,6 +133,8 @@ public:
         xcb_change_window_attributes(m_connection, panel, XCB_CW_EVENT_MASK, &panelEvents);
         const xcb_damage_damage_t damage = xcb_generate_id(m_connection);
         xcb_damage_create(m_connection, damage, panel, XCB_DAMAGE_REPORT_LEVEL_RAW_RECTANGLES);
+        if (m_shapeEvent)
+            xcb_shape_select_input(m_connection, panel, 1);
         m_state = stateOf(title(panel));
         xcb_flush(m_connection);
     }
@@ -154,7 +162,7 @@ public:
         const xcb_timestamp_t time = serverTime();
         m_word = word;
         m_copiedAt = Clock::now();
-        m_sample = Sample{word, {}, {}, {}, {}};
+        m_sample = Sample{word, {}, {}, {}, {}, {}};
         xcb_set_selection_owner(m_connection, m_owner, clipboard, time);
         xcb_flush(m_connection);
     }
@@ -166,6 +174,8 @@ public:
         for (;;) {
             while (xcb_generic_event_t* event = xcb_poll_for_event(m_connection))
                 handle(event);
+            if (tracing)
+                traceShape();
             if (xcb_connection_has_error(m_connection))
                 fail("the display went away");
             if (done())
@@ -199,18 +209,50 @@ private:
 
     double sinceCopy() const { return Ms(Clock::now() - m_copiedAt).count(); }
 
+    void trace(const char* what, const std::string& detail = {}) const {
+        if (tracing && copied())
+            std::printf("  %7.1f ms  %s %s\n", sinceCopy(), what, detail.c_str());
+    }
+
+    // Asks for the shape's extent on every turn, in case its events do not come.
+    void traceShape() {
+        auto* reply = xcb_shape_query_extents_reply(
+            m_connection, xcb_shape_query_extents(m_connection, m_panel), nullptr);
+        if (!reply)
+            return;
+        const std::string extent = std::to_string(reply->bounding_shape_extents_width) + "x" +
+                                   std::to_string(reply->bounding_shape_extents_height);
+        free(reply);
+        if (extent != m_shapeExtent)
+            trace("shape extent", extent);
+        m_shapeExtent = extent;
+    }
+
+    void changed() {
+        m_lastDamage = Clock::now();
+        if (copied())
+            m_sample.fullyDrawn = sinceCopy();
+    }
+
     void handle(xcb_generic_event_t* event) {
         const uint8_t type = event->response_type & 0x7f;
         if (type == m_damageEvent) {
             const auto* damage = reinterpret_cast<xcb_damage_notify_event_t*>(event);
             if (damage->area.width > 0 && damage->area.height > 0) {
-                m_lastDamage = Clock::now();
-                if (copied()) {
-                    if (!m_sample.firstPixels)
-                        m_sample.firstPixels = sinceCopy();
-                    m_sample.fullyDrawn = sinceCopy();
-                }
+                trace("damage", std::to_string(damage->area.width) + "x" +
+                                    std::to_string(damage->area.height) + "+" +
+                                    std::to_string(damage->area.x) + "+" +
+                                    std::to_string(damage->area.y));
+                if (copied() && !m_sample.firstPixels)
+                    m_sample.firstPixels = sinceCopy();
+                // The title changes before the window is repainted for the new state.
+                if (copied() && m_sample.answered && !m_sample.answerPixels)
+                    m_sample.answerPixels = sinceCopy();
+                changed();
             }
+        } else if ((m_shapeEvent && type == m_shapeEvent) || type == XCB_CONFIGURE_NOTIFY) {
+            trace(type == XCB_CONFIGURE_NOTIFY ? "configure" : "shape");
+            changed();
         } else if (type == XCB_MAP_NOTIFY) {
             if (copied() && !m_sample.map)
                 m_sample.map = sinceCopy();
@@ -219,6 +261,7 @@ private:
             if (property->window == m_panel && property->atom == netWmName) {
                 const std::string title = this->title(m_panel);
                 m_state = stateOf(title);
+                trace("title", m_state);
                 // From a folded panel, the next result is this copy's.
                 if (copied() && !m_sample.answered && m_state == "result")
                     m_sample.answered = sinceCopy();
@@ -258,6 +301,7 @@ private:
     }
 
 public:
+    bool tracing = false;
     xcb_atom_t clipboard, targets, utf8String, text, netWmName, stamp;
 
 private:
@@ -266,10 +310,12 @@ private:
     xcb_window_t m_owner;
     xcb_window_t m_panel = XCB_NONE;
     uint8_t m_damageEvent = 0;
+    uint8_t m_shapeEvent = 0;
+    std::string m_shapeExtent;
     std::string m_state;
     std::string m_word;
     Clock::time_point m_copiedAt;
-    Clock::time_point m_lastDamage = Clock::now();
+    Clock::time_point m_lastDamage = Clock::now(); // or other change
     Sample m_sample;
 };
 
@@ -283,6 +329,8 @@ Options parse(int argc, char** argv) {
             (argument == "--settle"    ? options.settle
              : argument == "--timeout" ? options.timeout
                                        : options.jitter) = value;
+        } else if (argument == "--trace") {
+            options.trace = true;
         } else if (argument.rfind("--", 0) == 0) {
             fail(kUsage);
         } else {
@@ -324,6 +372,7 @@ void summarise(const char* name, std::vector<double> values) {
 int main(int argc, char** argv) {
     const Options options = parse(argc, argv);
     Display display;
+    display.tracing = options.trace;
 
     std::optional<xcb_window_t> panel;
     const Clock::time_point giveUp = Clock::now() + std::chrono::seconds(10);
@@ -336,7 +385,8 @@ int main(int argc, char** argv) {
     std::vector<Sample> samples;
     int unanswered = 0;
     std::mt19937 random(20240611); // the same moments run after run
-    std::printf("%-16s %8s %8s %8s %8s\n", "word", "answered", "map", "first", "drawn");
+    std::printf("%-16s %8s %8s %8s %8s %8s\n", "word", "answered", "map", "first", "answer",
+                "drawn");
     for (const std::string& word : options.words) {
         // From a folded, still panel, as when the user copies while reading elsewhere.
         const bool folded = display.runUntil(
@@ -354,13 +404,13 @@ int main(int argc, char** argv) {
         const bool settled = display.runUntil(
             [&] {
                 const Sample& s = display.sample();
-                return s.answered && s.firstPixels && display.stillFor(options.settle);
+                return s.answerPixels && display.stillFor(options.settle);
             },
             options.timeout);
         const Sample& sample = display.sample();
-        std::printf("%-16s %8s %8s %8s %8s\n", word.c_str(), figure(sample.answered).c_str(),
+        std::printf("%-16s %8s %8s %8s %8s %8s\n", word.c_str(), figure(sample.answered).c_str(),
                     figure(sample.map).c_str(), figure(sample.firstPixels).c_str(),
-                    figure(sample.fullyDrawn).c_str());
+                    figure(sample.answerPixels).c_str(), figure(sample.fullyDrawn).c_str());
         std::fflush(stdout);
         if (!settled)
             ++unanswered;
@@ -368,18 +418,20 @@ int main(int argc, char** argv) {
             samples.push_back(sample);
     }
 
-    std::vector<double> answered, maps, first, drawn;
+    std::vector<double> answered, maps, first, answerPixels, drawn;
     for (const Sample& sample : samples) {
         answered.push_back(*sample.answered);
         if (sample.map)
             maps.push_back(*sample.map);
         first.push_back(*sample.firstPixels);
+        answerPixels.push_back(*sample.answerPixels);
         drawn.push_back(*sample.fullyDrawn);
     }
     std::printf("\n");
     summarise("copy → answered (title)", answered);
     summarise("copy → map", maps);
     summarise("copy → first pixels", first);
+    summarise("copy → answer's pixels", answerPixels);
     summarise("copy → fully drawn", drawn);
     if (unanswered > 0)
         std::printf("unanswered or unsettled: %d of %zu\n", unanswered, options.words.size());
