@@ -1,5 +1,6 @@
 #include "ui/NotchWindow.h"
 
+#include "platform/WindowRequests.h"
 #include "ui/PanelStyle.h"
 
 #include <QCursor>
@@ -135,10 +136,10 @@ void NotchWindow::reveal(QSize visible) {
         return;
     m_shape = shape;
     windowHandle()->setMask(shape);
-    // Nothing else sends the request on its way while the animation only reshapes: X11
-    // requests wait in Qt's buffer for the next paint or incoming event.
+    // While the window is only reshaped, nothing else would send the request before the
+    // next paint or incoming event.
     if (m_animation.state() == QAbstractAnimation::Running)
-        QGuiApplication::sync();
+        WindowRequests::send();
 }
 
 int NotchWindow::leftEdgeFor(int width) const {
