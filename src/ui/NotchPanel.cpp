@@ -26,6 +26,9 @@ struct OtherSourcesEvent : QEvent {
     quint64 generation;
 };
 
+// Fits the window to the loading layout, if that is still the state.
+constexpr auto kFitLoadingEvent = static_cast<QEvent::Type>(QEvent::User + 2);
+
 int windowWidthFor(NotchPanel::State state) {
     switch (state) {
     case NotchPanel::State::result:
@@ -156,6 +159,11 @@ bool NotchPanel::show(const LookupResult& result, bool force) {
 }
 
 void NotchPanel::customEvent(QEvent* event) {
+    if (event->type() == kFitLoadingEvent) {
+        if (m_state == State::loading)
+            fitWindow(State::loading);
+        return;
+    }
     if (event->type() != OtherSourcesEvent::kType)
         return;
     const quint64 generation = static_cast<OtherSourcesEvent*>(event)->generation;
@@ -330,7 +338,12 @@ void NotchPanel::present(State state) {
     m_loadingQuery.reset();
     if (state != State::loading)
         m_restorable = state;
-    fitWindow(state);
+    // A dictionary answer mostly replaces the loading state before the event loop comes
+    // round: the window is reshaped and painted for it only if it is still on by then.
+    if (state == State::loading)
+        QCoreApplication::postEvent(this, new QEvent(kFitLoadingEvent));
+    else
+        fitWindow(state);
     setState(state);
     Q_EMIT contentChanged();
 }
