@@ -13,7 +13,6 @@
 #include <QScreen>
 #include <QStackedWidget>
 #include <algorithm>
-#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -64,10 +63,6 @@ NotchPanel::NotchPanel(Timings timings, QObject* parent)
     });
     connect(m_window.get(), &NotchWindow::pointerEntered, this, &NotchPanel::pointerEntered);
     connect(m_window.get(), &NotchWindow::pointerLeft, this, &NotchPanel::pointerLeft);
-    connect(m_window.get(), &NotchWindow::settled, this, [this] {
-        if (const std::optional<quint64> generation = std::exchange(m_otherSourcesAfterDrop, {}))
-            loadOtherSources(*generation);
-    });
     wireActions();
 }
 
@@ -149,9 +144,8 @@ bool NotchPanel::show(const LookupResult& result, bool force) {
     present(State::result);
     scheduleAutoHide();
     // The first answer goes up at once; the other dictionaries are asked only after it has
-    // been painted and has dropped down, since asking them all takes a moment that would
-    // stall the drop. Qt posts the window's repaint at low priority, ahead of anything posted
-    // lower still.
+    // been painted, since asking them all takes a moment. The window paints the answer as it
+    // drops, and anything else Qt repaints is posted at low priority, ahead of this.
     if (!result.isTranslation() && m_actions.wordSources)
         QCoreApplication::postEvent(this, new OtherSourcesEvent(generation),
                                     Qt::LowEventPriority - 1);
@@ -162,15 +156,9 @@ void NotchPanel::customEvent(QEvent* event) {
     if (event->type() == kFitLoadingEvent) {
         if (m_state == State::loading)
             fitWindow(State::loading);
-        return;
+    } else if (event->type() == OtherSourcesEvent::kType) {
+        loadOtherSources(static_cast<OtherSourcesEvent*>(event)->generation);
     }
-    if (event->type() != OtherSourcesEvent::kType)
-        return;
-    const quint64 generation = static_cast<OtherSourcesEvent*>(event)->generation;
-    if (m_window->isMoving())
-        m_otherSourcesAfterDrop = generation;
-    else
-        loadOtherSources(generation);
 }
 
 void NotchPanel::loadOtherSources(quint64 generation) {
@@ -340,11 +328,12 @@ void NotchPanel::present(State state) {
         m_restorable = state;
     // A dictionary answer mostly replaces the loading state before the event loop comes
     // round: the window is reshaped and painted for it only if it is still on by then.
+    // The state first: the window follows it.
+    setState(state);
     if (state == State::loading)
         QCoreApplication::postEvent(this, new QEvent(kFitLoadingEvent));
     else
         fitWindow(state);
-    setState(state);
     Q_EMIT contentChanged();
 }
 

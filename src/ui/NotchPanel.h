@@ -122,8 +122,6 @@ private:
     QString m_packQuery;
     QList<LookupResult::Source> m_loadedWordSources;
     quint64 m_generation = 0;
-    // The result whose other dictionaries are asked once the window has dropped down.
-    std::optional<quint64> m_otherSourcesAfterDrop;
 
     QTimer m_hideTimer;
     QTimer m_hoverTimer;

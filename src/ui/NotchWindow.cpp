@@ -3,6 +3,7 @@
 #include "platform/WindowRequests.h"
 #include "ui/PanelStyle.h"
 
+#include <QCoreApplication>
 #include <QCursor>
 #include <QEnterEvent>
 #include <QGuiApplication>
@@ -51,7 +52,6 @@ NotchWindow::NotchWindow(QWidget* content) : m_content(content) {
         place(m_target);
         if (!m_expanded)
             m_content->hide();
-        Q_EMIT settled();
     });
 
     m_target = m_visible = {PanelStyle::collapsedWidth, PanelStyle::collapsedHeight};
@@ -84,6 +84,13 @@ void NotchWindow::expandTo(QSize contentSize, int durationMs) {
     // Full width at once, so every line that shows is whole; growing, at least the first line.
     const int firstHeight = std::min(target.height(), PanelStyle::firstRevealHeight);
     animateTo({target.width(), std::max(m_visible.height(), firstHeight)}, target, durationMs);
+    // Laid out and painted now, ahead of whatever else this turn of the event loop holds, so
+    // the first frame on screen is the content's and later frames only reveal more of it.
+    if (isVisible() && hasRealWindowing()) {
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
+        repaint();
+        WindowRequests::send();
+    }
 }
 
 void NotchWindow::collapse(int durationMs) {

@@ -30,8 +30,6 @@ public:
     static QPainterPath outline(QSizeF size);
 
 Q_SIGNALS:
-    // An animation has come to its end.
-    void settled();
     void pointerEntered();
     void pointerLeft();
 
