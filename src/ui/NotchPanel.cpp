@@ -326,9 +326,9 @@ void NotchPanel::present(State state) {
     m_loadingQuery.reset();
     if (state != State::loading)
         m_restorable = state;
-    // A dictionary answer mostly replaces the loading state before the event loop comes
-    // round: the window is reshaped and painted for it only if it is still on by then.
-    // The state first: the window follows it.
+    // The state first: the window follows it. A dictionary answer mostly replaces the
+    // loading state before the event loop comes round, so the window is reshaped and painted
+    // for that state only if it is still on by then.
     setState(state);
     if (state == State::loading)
         QCoreApplication::postEvent(this, new QEvent(kFitLoadingEvent));

@@ -133,12 +133,12 @@ void NotchWindow::reveal(QSize visible) {
     m_visible = visible;
     if (!hasRealWindowing() || !windowHandle())
         return;
-    QRegion shape(outline(visible).toFillPolygon().toPolygon());
-    shape.translate(leftEdgeFor(visible.width()) - x(), 0);
     // Without a compositor the transparent corners would show black; the shape also lets
     // clicks beside the shoulders through to the window underneath. The window's own shape,
     // not the widget's mask: a mask that grows makes Qt repaint what it uncovers, where the
     // X server only needs the pixels Qt already has.
+    QRegion shape(outline(visible).toFillPolygon().toPolygon());
+    shape.translate(leftEdgeFor(visible.width()) - x(), 0);
     if (shape == m_shape)
         return;
     m_shape = shape;
