@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # From a copy in another program to the answer on screen, timed from outside the agent on a
 # private desktop (Xvfb, a window manager): bench/copy-to-panel/copy_to_panel takes the
-# clipboard with each of 30 words and watches the panel window's map and damage events.
+# clipboard with each of 30 words and watches the panel window: its map, damage, shape and
+# geometry events.
 # Budgets: copy → first pixels median ≤ 20 ms, copy → fully drawn median ≤ 150 ms.
 # Builds nothing: run scripts/setup (or cmake --build) first.
 #   bench/copy-to-panel.sh [--perf FILE] [COPIES [copy_to_panel OPTION...]]
