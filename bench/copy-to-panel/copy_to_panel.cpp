@@ -174,8 +174,7 @@ public:
         for (;;) {
             while (xcb_generic_event_t* event = xcb_poll_for_event(m_connection))
                 handle(event);
-            if (tracing)
-                traceShape();
+            watchShape();
             if (xcb_connection_has_error(m_connection))
                 fail("the display went away");
             if (done())
@@ -214,8 +213,10 @@ private:
             std::printf("  %7.1f ms  %s %s\n", sinceCopy(), what, detail.c_str());
     }
 
-    // Asks for the shape's extent on every turn, in case its events do not come.
-    void traceShape() {
+    // Asks for the shape's extent on every turn as well: ShapeNotify does not always come.
+    void watchShape() {
+        if (m_panel == XCB_NONE)
+            return;
         auto* reply = xcb_shape_query_extents_reply(
             m_connection, xcb_shape_query_extents(m_connection, m_panel), nullptr);
         if (!reply)
@@ -223,9 +224,14 @@ private:
         const std::string extent = std::to_string(reply->bounding_shape_extents_width) + "x" +
                                    std::to_string(reply->bounding_shape_extents_height);
         free(reply);
-        if (extent != m_shapeExtent)
-            trace("shape extent", extent);
+        if (extent == m_shapeExtent)
+            return;
+        const bool first = m_shapeExtent.empty();
         m_shapeExtent = extent;
+        if (first)
+            return;
+        trace("shape extent", extent);
+        changed();
     }
 
     void changed() {
