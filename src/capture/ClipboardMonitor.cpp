@@ -38,9 +38,12 @@ ClipboardMonitor::ClipboardMonitor(Pasteboard& pasteboard, std::chrono::millisec
     : QObject(parent), m_pasteboard(pasteboard) {
     m_timer.setInterval(interval);
     connect(&m_timer, &QTimer::timeout, this, &ClipboardMonitor::poll);
+    m_pasteboard.listenForChanges([this] { announced(); });
 }
 
-ClipboardMonitor::~ClipboardMonitor() = default;
+ClipboardMonitor::~ClipboardMonitor() {
+    m_pasteboard.listenForChanges(nullptr);
+}
 
 void ClipboardMonitor::start() {
     m_timer.stop();
@@ -67,6 +70,29 @@ void ClipboardMonitor::poll() {
             m_ownWrite.reset();
         return;
     }
+    takeChange(count);
+}
+
+// Checked once the announcing code has returned rather than inside it: our own write
+// announces itself before writeText() has noted the counter, and the system's clipboard
+// code is mid-event. A burst of announcements is one check.
+void ClipboardMonitor::announced() {
+    if (!std::exchange(m_checkQueued, true))
+        QMetaObject::invokeMethod(this, &ClipboardMonitor::checkAnnounced, Qt::QueuedConnection);
+}
+
+// Unlike a poll, an announcement that finds nothing new says nothing about time passing, so
+// it leaves the wait for the late notice of our own write alone.
+void ClipboardMonitor::checkAnnounced() {
+    m_checkQueued = false;
+    if (!m_timer.isActive())
+        return;
+    const qint64 count = m_pasteboard.changeCount();
+    if (count != m_lastChangeCount)
+        takeChange(count);
+}
+
+void ClipboardMonitor::takeChange(qint64 count) {
     // Taken at once, so a change is considered once whether or not it carries text.
     m_lastChangeCount = count;
     // Whatever the content turns out to be (a refused secret too), once it is handled no

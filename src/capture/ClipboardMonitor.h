@@ -11,8 +11,10 @@
 
 class Pasteboard;
 
-// Watches the clipboard by polling its change counter and reports each new content that has
-// text. Whatever is on the clipboard when polling starts is never reported. Main thread only.
+// Watches the clipboard's change counter and reports each new content that has text: at once
+// where the system announces changes, and by polling everywhere (the only way where it does
+// not, and a backstop where it does). Whatever is on the clipboard when watching starts is
+// never reported. Main thread only.
 class ClipboardMonitor : public QObject {
     Q_OBJECT
 public:
@@ -48,8 +50,13 @@ private:
         int quietPollsLeft;
     };
 
+    void announced();
+    void checkAnnounced();
+    void takeChange(qint64 count);
+
     Pasteboard& m_pasteboard;
     QTimer m_timer;
     qint64 m_lastChangeCount = 0;
     std::optional<OwnWrite> m_ownWrite;
+    bool m_checkQueued = false;
 };

@@ -14,6 +14,7 @@
 #include "settings/TriggerSettings.h"
 
 #include <QPointer>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -192,6 +193,13 @@ void AppCore::retryLastRejection() {
 // --- Lookups ---------------------------------------------------------------------------
 
 void AppCore::run(const QString& query, bool userInitiated) {
+    // Whatever comes next replaces a sentence still waiting.
+    m_sentenceAwaitingStatus.reset();
+    if (m_learningTranslatorStatus && !m_languagePackConsented &&
+        TextFilter::kind(UnicodeText::trimmed(query)) == QueryKind::sentence) {
+        m_sentenceAwaitingStatus = WaitingSentence{query, userInitiated};
+        return;
+    }
     if (!m_languagePackConsented &&
         m_deps.translator.assetStatus() == TranslationAssetStatus::supportedNotDownloaded &&
         TextFilter::kind(UnicodeText::trimmed(query)) == QueryKind::sentence) {
@@ -207,6 +215,17 @@ void AppCore::run(const QString& query, bool userInitiated) {
     const CancellationToken token;
     m_inFlight = token;
     perform(query, userInitiated, token, ++m_generation);
+}
+
+QCoro::Task<void> AppCore::learnTranslatorStatus() {
+    const QPointer<AppCore> self(this);
+    m_learningTranslatorStatus = true;
+    co_await m_deps.translator.refreshAssetStatus();
+    if (!self)
+        co_return;
+    m_learningTranslatorStatus = false;
+    if (const std::optional<WaitingSentence> waiting = std::exchange(m_sentenceAwaitingStatus, {}))
+        run(waiting->query, waiting->userInitiated);
 }
 
 QCoro::Task<void> AppCore::perform(QString query, bool userInitiated, CancellationToken token,

@@ -76,6 +76,9 @@ public:
     void noteDisplayLayout(const QString& screenName, bool hasNotch);
     // The user agreed to fetch the translation assets for this query.
     void downloadLanguagePack(const QString& query);
+    // Asks the translator whether its model is there. Until it knows, a sentence waits for
+    // the answer, which decides whether the language pack is offered first.
+    QCoro::Task<void> learnTranslatorStatus();
 
     const std::optional<Rejection>& lastRejection() const { return m_lastRejection; }
     const std::optional<QString>& pendingWord() const { return m_pendingWord; }
@@ -115,5 +118,11 @@ private:
     std::optional<QString> m_pendingWord;
     bool m_systemPaused = false;
     bool m_languagePackConsented = false;
+    bool m_learningTranslatorStatus = false;
+    struct WaitingSentence {
+        QString query;
+        bool userInitiated;
+    };
+    std::optional<WaitingSentence> m_sentenceAwaitingStatus;
     bool m_started = false;
 };

@@ -3,6 +3,7 @@
 #include <QByteArray>
 #include <QString>
 #include <QStringList>
+#include <functional>
 #include <optional>
 
 // The system clipboard as the clipboard monitor sees it: a change counter that moves on
@@ -12,6 +13,14 @@ public:
     virtual ~Pasteboard() = default;
 
     virtual qint64 changeCount() const = 0;
+    // Where the system announces each change as it happens, has `listener` called on the
+    // main thread right after it (the counter has moved already; our own writes are
+    // announced from inside writeText()) and returns true. Elsewhere returns false, and the
+    // counter has to be polled. One listener at a time; an empty one stops the calls.
+    virtual bool listenForChanges(std::function<void()> listener) {
+        (void)listener;
+        return false;
+    }
     virtual std::optional<QString> plainText() const = 0;
     virtual QStringList types() const = 0;
     // The raw content of one declared type (e.g. a password manager's hint).

@@ -8,6 +8,7 @@
 #include "ui/PanelStyle.h"
 #include "ui/ResultView.h"
 
+#include <QCoreApplication>
 #include <QMetaEnum>
 #include <QScreen>
 #include <QStackedWidget>
@@ -16,6 +17,16 @@
 using namespace Qt::StringLiterals;
 
 namespace {
+
+// Asks the other dictionaries about the result of one generation.
+struct OtherSourcesEvent : QEvent {
+    static constexpr auto kType = static_cast<QEvent::Type>(QEvent::User + 1);
+    explicit OtherSourcesEvent(quint64 generation) : QEvent(kType), generation(generation) {}
+    quint64 generation;
+};
+
+// Fits the window to the loading layout, if that is still the state.
+constexpr auto kFitLoadingEvent = static_cast<QEvent::Type>(QEvent::User + 2);
 
 int windowWidthFor(NotchPanel::State state) {
     switch (state) {
@@ -133,10 +144,21 @@ bool NotchPanel::show(const LookupResult& result, bool force) {
     present(State::result);
     scheduleAutoHide();
     // The first answer goes up at once; the other dictionaries are asked only after it has
-    // been painted, since asking them all takes a moment.
+    // been painted, since asking them all takes a moment. The window paints the answer as it
+    // drops, and anything else Qt repaints is posted at low priority, ahead of this.
     if (!result.isTranslation() && m_actions.wordSources)
-        QTimer::singleShot(0, this, [this, generation] { loadOtherSources(generation); });
+        QCoreApplication::postEvent(this, new OtherSourcesEvent(generation),
+                                    Qt::LowEventPriority - 1);
     return true;
+}
+
+void NotchPanel::customEvent(QEvent* event) {
+    if (event->type() == kFitLoadingEvent) {
+        if (m_state == State::loading)
+            fitWindow(State::loading);
+    } else if (event->type() == OtherSourcesEvent::kType) {
+        loadOtherSources(static_cast<OtherSourcesEvent*>(event)->generation);
+    }
 }
 
 void NotchPanel::loadOtherSources(quint64 generation) {
@@ -304,8 +326,14 @@ void NotchPanel::present(State state) {
     m_loadingQuery.reset();
     if (state != State::loading)
         m_restorable = state;
-    fitWindow(state);
+    // The state first: the window follows it. A dictionary answer mostly replaces the
+    // loading state before the event loop comes round, so the window is reshaped and painted
+    // for that state only if it is still on by then.
     setState(state);
+    if (state == State::loading)
+        QCoreApplication::postEvent(this, new QEvent(kFitLoadingEvent));
+    else
+        fitWindow(state);
     Q_EMIT contentChanged();
 }
 

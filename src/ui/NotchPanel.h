@@ -8,6 +8,7 @@
 #include <QTimer>
 #include <chrono>
 #include <memory>
+#include <optional>
 
 class LanguagePackView;
 class LoadingView;
@@ -44,8 +45,8 @@ public:
         std::chrono::milliseconds hoverExpand{120};
         // A panel opened by hovering folds this long after the pointer leaves.
         std::chrono::milliseconds hoverLeave{600};
-        // Growing from the pill; 0 applies every size at once.
-        std::chrono::milliseconds animation{220};
+        // Dropping down from the pill; 0 applies every size at once.
+        std::chrono::milliseconds animation{120};
     };
 
     explicit NotchPanel(QObject* parent = nullptr);
@@ -89,6 +90,9 @@ Q_SIGNALS:
     void stateChanged(NotchPanel::State state);
     // New content, more tabs, another tab, the star, download progress.
     void contentChanged();
+
+protected:
+    void customEvent(QEvent* event) override;
 
 private:
     bool isHeld() const;

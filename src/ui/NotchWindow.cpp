@@ -1,13 +1,16 @@
 #include "ui/NotchWindow.h"
 
+#include "platform/WindowRequests.h"
 #include "ui/PanelStyle.h"
 
+#include <QCoreApplication>
 #include <QCursor>
 #include <QEnterEvent>
 #include <QGuiApplication>
 #include <QPainter>
 #include <QRegion>
 #include <QScreen>
+#include <QWindow>
 #include <algorithm>
 
 using namespace Qt::StringLiterals;
@@ -43,13 +46,16 @@ NotchWindow::NotchWindow(QWidget* content) : m_content(content) {
 
     m_animation.setEasingCurve(QEasingCurve::OutCubic);
     connect(&m_animation, &QVariantAnimation::valueChanged, this,
-            [this](const QVariant& value) { applySize(value.toSize()); });
+            [this](const QVariant& value) { reveal(value.toSize()); });
     connect(&m_animation, &QVariantAnimation::finished, this, [this] {
+        m_visible = m_target;
+        place(m_target);
         if (!m_expanded)
             m_content->hide();
     });
 
-    applySize({PanelStyle::collapsedWidth, PanelStyle::collapsedHeight});
+    m_target = m_visible = {PanelStyle::collapsedWidth, PanelStyle::collapsedHeight};
+    place(m_target);
 }
 
 QSize NotchWindow::windowSizeFor(QSize contentSize) {
@@ -59,45 +65,94 @@ QSize NotchWindow::windowSizeFor(QSize contentSize) {
 }
 
 void NotchWindow::expandTo(QSize contentSize, int durationMs) {
+    const QSize target = windowSizeFor(contentSize);
+    if (m_expanded && target == m_target) {
+        // Same size (more tabs, another one picked): a drop under way goes on as it was.
+        m_content->resize(contentSize);
+        return;
+    }
     if (!m_expanded)
         m_screen = targetScreen();
     m_expanded = true;
+    m_contentLeft = leftEdgeFor(target.width()) + (target.width() - contentSize.width()) / 2;
     m_content->resize(contentSize);
     m_content->show();
     if (!isVisible())
         show();
     if (hasRealWindowing())
         raise();
-    animateTo(windowSizeFor(contentSize), durationMs);
+    // Full width at once, so every line that shows is whole; growing, at least the first line.
+    const int firstHeight = std::min(target.height(), PanelStyle::firstRevealHeight);
+    animateTo({target.width(), std::max(m_visible.height(), firstHeight)}, target, durationMs);
+    // Laid out and painted now, ahead of whatever else this turn of the event loop holds, so
+    // the first frame on screen is the content's and later frames only reveal more of it.
+    if (isVisible() && hasRealWindowing()) {
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
+        repaint();
+        WindowRequests::send();
+    }
 }
 
 void NotchWindow::collapse(int durationMs) {
     m_expanded = false;
     // Shrinking is quicker than growing: the user is done with the content.
-    animateTo({PanelStyle::collapsedWidth, PanelStyle::collapsedHeight}, durationMs * 2 / 3);
+    animateTo(m_visible, {PanelStyle::collapsedWidth, PanelStyle::collapsedHeight},
+              durationMs * 2 / 3);
 }
 
-void NotchWindow::animateTo(QSize size, int durationMs) {
+void NotchWindow::animateTo(QSize from, QSize to, int durationMs) {
     m_animation.stop();
-    if (durationMs <= 0 || !isVisible()) {
-        applySize(size);
+    m_target = to;
+    if (durationMs <= 0 || !isVisible() || from == to) {
+        m_visible = to;
+        place(to);
         if (!m_expanded)
             m_content->hide();
         return;
     }
+    // Large enough for every frame; the content is laid out and painted once, at its place.
+    m_visible = from;
+    place(from.expandedTo(to));
     m_animation.setDuration(durationMs);
-    m_animation.setStartValue(this->size());
-    m_animation.setEndValue(size);
+    m_animation.setStartValue(from);
+    m_animation.setEndValue(to);
     m_animation.start();
 }
 
-void NotchWindow::applySize(QSize size) {
+void NotchWindow::place(QSize size) {
     QScreen* screen = m_screen ? m_screen.data() : targetScreen();
-    const QRect area = screen ? screen->geometry() : QRect(0, 0, size.width(), size.height());
-    setGeometry(area.x() + (area.width() - size.width()) / 2, area.y(), size.width(),
-                size.height());
-    // Centred while the window grows or shrinks, so it is revealed and cut evenly.
-    m_content->move((size.width() - m_content->width()) / 2, PanelStyle::topPadding);
+    const int top = screen ? screen->geometry().y() : 0;
+    const QRect geometry(leftEdgeFor(size.width()), top, size.width(), size.height());
+    m_content->move(m_contentLeft - geometry.x(), PanelStyle::topPadding);
+    if (this->geometry() != geometry)
+        setGeometry(geometry);
+    reveal(m_visible);
+}
+
+void NotchWindow::reveal(QSize visible) {
+    m_visible = visible;
+    if (!hasRealWindowing() || !windowHandle())
+        return;
+    // Without a compositor the transparent corners would show black; the shape also lets
+    // clicks beside the shoulders through to the window underneath. The window's own shape,
+    // not the widget's mask: a mask that grows makes Qt repaint what it uncovers, where the
+    // X server only needs the pixels Qt already has.
+    QRegion shape(outline(visible).toFillPolygon().toPolygon());
+    shape.translate(leftEdgeFor(visible.width()) - x(), 0);
+    if (shape == m_shape)
+        return;
+    m_shape = shape;
+    windowHandle()->setMask(shape);
+    // While the window is only reshaped, nothing else would send the request before the
+    // next paint or incoming event.
+    if (m_animation.state() == QAbstractAnimation::Running)
+        WindowRequests::send();
+}
+
+int NotchWindow::leftEdgeFor(int width) const {
+    QScreen* screen = m_screen ? m_screen.data() : targetScreen();
+    const QRect area = screen ? screen->geometry() : QRect(0, 0, width, 0);
+    return area.x() + (area.width() - width) / 2;
 }
 
 QScreen* NotchWindow::targetScreen() const {
@@ -138,11 +193,15 @@ void NotchWindow::paintEvent(QPaintEvent*) {
 }
 
 void NotchWindow::resizeEvent(QResizeEvent* event) {
-    // Without a compositor the transparent corners would show black; the mask also lets
-    // clicks beside the shoulders through to the window underneath.
-    if (hasRealWindowing())
-        setMask(QRegion(outline(size()).toFillPolygon().toPolygon()));
+    reveal(m_visible);
     QWidget::resizeEvent(event);
+}
+
+// The native window may be new: shaped before it is first seen.
+void NotchWindow::showEvent(QShowEvent* event) {
+    m_shape = QRegion();
+    reveal(m_visible);
+    QWidget::showEvent(event);
 }
 
 void NotchWindow::enterEvent(QEnterEvent* event) {

@@ -2,14 +2,17 @@
 
 #include <QPainterPath>
 #include <QPointer>
+#include <QRegion>
 #include <QVariantAnimation>
 #include <QWidget>
 
 class QScreen;
 
 // The panel's top-level window: a frameless, focus-less notch hanging from the top edge of
-// a screen. Collapsed it is a small pill; expanded it grows downwards around its content,
-// which keeps its final geometry and is revealed as the window grows.
+// a screen. Collapsed it is a small pill; expanded it drops down around its content. The
+// window takes its final size and is laid out and painted once, then revealed: each frame of
+// the animation only changes the window's shape, so the X server shows more of what is
+// already drawn. The first frame holds the content's first line at its full width.
 class NotchWindow : public QWidget {
     Q_OBJECT
 public:
@@ -20,6 +23,7 @@ public:
     void expandTo(QSize contentSize, int durationMs);
     void collapse(int durationMs);
     bool isExpanded() const { return m_expanded; }
+    bool isMoving() const { return m_animation.state() == QAbstractAnimation::Running; }
     // The window size that holds content of `contentSize`, margins and shoulders included.
     static QSize windowSizeFor(QSize contentSize);
     // The notch outline: flat along the screen edge, concave shoulders, rounded bottom.
@@ -32,16 +36,28 @@ Q_SIGNALS:
 protected:
     void paintEvent(QPaintEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
+    void showEvent(QShowEvent* event) override;
     void enterEvent(QEnterEvent* event) override;
     void leaveEvent(QEvent* event) override;
 
 private:
-    void animateTo(QSize size, int durationMs);
-    void applySize(QSize size);
+    void animateTo(QSize from, QSize to, int durationMs);
+    // Shows `visible` of the window, centred along its top edge.
+    void reveal(QSize visible);
+    // Gives the window `size`, centred at the top of the screen, with the content in place.
+    void place(QSize size);
+    // Where a window `width` wide starts, centred on the screen.
+    int leftEdgeFor(int width) const;
     QScreen* targetScreen() const;
 
     QWidget* m_content;
     QPointer<QScreen> m_screen;
     QVariantAnimation m_animation;
+    // On show, and where the animation ends.
+    QSize m_visible;
+    QSize m_target;
+    // The content's left edge on the screen, kept while the window around it changes size.
+    int m_contentLeft = 0;
+    QRegion m_shape;
     bool m_expanded = false;
 };

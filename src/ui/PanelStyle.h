@@ -48,4 +48,6 @@ public:
     static constexpr int compactWidth = 340;
     static constexpr int loadingWidth = 300;
     static constexpr int maxHeight = 500;
+    // What an opening panel shows from its first frame: the top padding and a headline.
+    static constexpr int firstRevealHeight = 60;
 };

@@ -77,6 +77,8 @@ void SenseListView::setEntries(const QList<DictionaryEntry>& entries) {
     m_row = 0;
     for (qsizetype i = 0; i < entries.size(); ++i)
         addEntry(entries[i], i > 0);
+    // The layouts above keep the height they measured for the old rows until told.
+    updateGeometry();
 }
 
 void SenseListView::addEntry(const DictionaryEntry& entry, bool withHeading) {

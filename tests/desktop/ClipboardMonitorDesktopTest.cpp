@@ -101,3 +101,20 @@ TEST_F(ClipboardMonitorDesktopTest, aThousandRapidCopiesOfHostileContentAreSurvi
         EXPECT_FALSE(change.text.contains(QChar(0)));
     }
 }
+
+TEST(ClipboardMonitorDesktop, aCopyIsReportedAsTheServerAnnouncesItWithoutAPoll) {
+    const std::unique_ptr<Pasteboard> pasteboard = makeSystemPasteboard();
+    ClipboardMonitor monitor(*pasteboard, std::chrono::hours(1));
+    QStringList reports;
+    monitor.onChange = [&](const ClipboardChange& change) {
+        reports << change.text;
+    };
+    monitor.start();
+    ForeignClipboard foreign;
+    for (const char* word : {"water", "river"}) {
+        ASSERT_TRUE(foreign.copy(word));
+        ASSERT_TRUE(
+            QTest::qWaitFor([&] { return reports.contains(QString::fromUtf8(word)); }, 5000));
+    }
+    EXPECT_EQ(reports, (QStringList{u"water"_s, u"river"_s}));
+}

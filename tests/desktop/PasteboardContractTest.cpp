@@ -27,9 +27,9 @@ QByteArray pngImage() {
     return bytes;
 }
 
-// The fake, filled directly.
+// The fake, filled directly; it announces changes, as X11 does.
 struct Scripted {
-    ScriptedPasteboard pasteboard;
+    ScriptedPasteboard pasteboard{true};
 
     bool copyText(const QByteArray& utf8) {
         pasteboard.copy({{u"text/plain"_s, utf8}});
@@ -159,6 +159,24 @@ TYPED_TEST(PasteboardContract, ownWritesMoveTheCounterOnceRightAway) {
     // And another program copying afterwards replaces it.
     ASSERT_TRUE(this->copied([&] { return this->bench.copyText("theirs again"); }));
     EXPECT_EQ(this->pasteboard.plainText(), u"theirs again"_s);
+}
+
+TYPED_TEST(PasteboardContract, everyChangeIsAnnouncedOnceTheCounterHasMoved) {
+    QList<qint64> heard;
+    ASSERT_TRUE(
+        this->pasteboard.listenForChanges([&] { heard << this->pasteboard.changeCount(); }));
+    ASSERT_TRUE(this->copied([&] { return this->bench.copyText("announced"); }));
+    EXPECT_EQ(heard, QList<qint64>{this->pasteboard.changeCount()});
+
+    // Our own write, from inside the write.
+    this->pasteboard.writeText(u"ours"_s);
+    EXPECT_EQ(heard.size(), 2);
+    EXPECT_EQ(heard.last(), this->pasteboard.changeCount());
+
+    // An empty listener stops the calls.
+    this->pasteboard.listenForChanges(nullptr);
+    ASSERT_TRUE(this->copied([&] { return this->bench.copyText("unheard"); }));
+    EXPECT_EQ(heard.size(), 2);
 }
 
 TYPED_TEST(PasteboardContract, forgettingAReadLeavesTheContentAndTheCounterAlone) {

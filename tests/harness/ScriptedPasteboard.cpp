@@ -6,7 +6,20 @@ using namespace Qt::StringLiterals;
 
 void ScriptedPasteboard::copy(Content content) {
     m_content = std::move(content);
-    ++m_changeCount;
+    moveCounter(1);
+}
+
+bool ScriptedPasteboard::listenForChanges(std::function<void()> listener) {
+    m_listener = std::move(listener);
+    return m_announcesChanges;
+}
+
+void ScriptedPasteboard::moveCounter(int by) {
+    if (by == 0)
+        return;
+    m_changeCount += by;
+    if (m_announcesChanges && m_listener)
+        m_listener();
 }
 
 void ScriptedPasteboard::copyText(const QString& text, const Content& extra) {
@@ -18,7 +31,7 @@ void ScriptedPasteboard::copyImage() {
 }
 
 void ScriptedPasteboard::deliverLateNotices() {
-    m_changeCount += std::exchange(m_lateNotices, 0);
+    moveCounter(std::exchange(m_lateNotices, 0));
 }
 
 std::optional<QString> ScriptedPasteboard::plainText() const {
@@ -63,5 +76,5 @@ void ScriptedPasteboard::writeText(const QString& text) {
     if (m_announcesLate)
         ++m_lateNotices;
     else
-        ++m_changeCount;
+        moveCounter(1);
 }

@@ -3,6 +3,7 @@
 #include "platform/Pasteboard.h"
 
 #include <QList>
+#include <functional>
 #include <utility>
 
 // A clipboard a test fills as other programs would: each copy replaces the whole content and
@@ -12,6 +13,11 @@
 class ScriptedPasteboard final : public Pasteboard {
 public:
     using Content = QList<std::pair<QString, QByteArray>>;
+
+    // Without announcements the counter has to be polled, as where the system keeps quiet;
+    // with them every move of the counter is announced as it happens, as on X11.
+    explicit ScriptedPasteboard(bool announcesChanges = false)
+        : m_announcesChanges(announcesChanges) {}
 
     void copy(Content content);
     // Plain text, with any further types (markers) its owner declares.
@@ -27,8 +33,10 @@ public:
     int contentReads() const { return m_contentReads; }
     // Reads since the last forgetLastRead(): what a real pasteboard may still hold copies of.
     int unforgottenReads() const { return m_contentReads - m_readsAtLastForget; }
+    bool hasListener() const { return static_cast<bool>(m_listener); }
 
     qint64 changeCount() const override { return m_changeCount; }
+    bool listenForChanges(std::function<void()> listener) override;
     std::optional<QString> plainText() const override;
     QStringList types() const override;
     QByteArray data(const QString& type) const override;
@@ -36,10 +44,14 @@ public:
     void forgetLastRead() override { m_readsAtLastForget = m_contentReads; }
 
 private:
+    void moveCounter(int by);
+
     Content m_content;
     qint64 m_changeCount = 0;
     bool m_announcesLate = false;
     int m_lateNotices = 0;
     mutable int m_contentReads = 0;
     int m_readsAtLastForget = 0;
+    bool m_announcesChanges;
+    std::function<void()> m_listener;
 };

@@ -305,6 +305,28 @@ TEST_F(AppCoreTest, MissingModelIsAskedForOnceAndDownloadedOnRequest) {
     EXPECT_EQ(translator.assetStatus(), TranslationAssetStatus::installed);
 }
 
+TEST_F(AppCoreTest, ASentenceCopiedBeforeTheTranslatorKnowsItsModelWaitsForTheAnswer) {
+    const QString sentence = u"Read this sentence please."_s;
+    server.installed.clear();
+    server.routes.insert("/api/tags", {FakeModelServer::Misbehaviour::held});
+    QCoro::Task<void> learning = core.learnTranslatorStatus();
+    ASSERT_TRUE(QTest::qWaitFor([this] { return server.heldCount() == 1; }));
+    copy(sentence);
+    EXPECT_TRUE(presenter.calls.isEmpty()) << calls().toStdString();
+    // Words go ahead at once.
+    copy(u"water"_s);
+    settle();
+    EXPECT_EQ(presenter.calls.last(), u"show:water"_s);
+    // A sentence still waiting when the answer comes is asked about then; one that a later
+    // copy replaced is not.
+    copy(sentence);
+    server.routes.remove("/api/tags");
+    server.release();
+    QCoro::waitFor(std::move(learning));
+    EXPECT_EQ(presenter.calls.last(), u"languagePack:"_s + sentence) << calls().toStdString();
+    EXPECT_EQ(logLines().filter(u"语言包未下载"_s).size(), 1);
+}
+
 TEST_F(AppCoreTest, MutingTheHotKeyMethodAndASystemPauseStopTheClipboard) {
     triggers.setMuted(true);
     EXPECT_FALSE(core.clipboard().isRunning());

@@ -221,3 +221,96 @@ TEST_F(ClipboardMonitorTest, whatEveryChangeReadIsForgottenAfterItsHandling) {
     EXPECT_GT(pasteboard.contentReads(), 0);
     EXPECT_EQ(pasteboard.unforgottenReads(), 0);
 }
+
+namespace {
+
+// A clipboard that announces every change, watched with a poll too slow to ever fire here:
+// whatever is reported was heard, not polled.
+class AnnouncedClipboardMonitorTest : public testing::Test {
+protected:
+    ScriptedPasteboard pasteboard{true};
+    ClipboardMonitor monitor{pasteboard, std::chrono::hours(1)};
+    QStringList reports;
+
+    void SetUp() override {
+        monitor.onChange = [this](const ClipboardChange& change) {
+            reports << change.text;
+        };
+        monitor.start();
+    }
+    // Lets the announcing code return, as the event loop does next, without time passing.
+    static void afterAnnouncements() { QCoreApplication::sendPostedEvents(); }
+};
+
+} // namespace
+
+TEST_F(AnnouncedClipboardMonitorTest, anAnnouncedChangeIsReportedOnceWithoutWaitingForThePoll) {
+    pasteboard.copyText(u"water"_s);
+    EXPECT_TRUE(reports.isEmpty()) << "checked inside the announcement";
+    afterAnnouncements();
+    EXPECT_EQ(reports, QStringList{u"water"_s});
+
+    // The poll that follows finds nothing new, and neither does a second announcement.
+    monitor.poll();
+    afterAnnouncements();
+    EXPECT_EQ(reports, QStringList{u"water"_s});
+
+    // A burst before the event loop comes round: the latest content, once.
+    pasteboard.copyText(u"first"_s);
+    pasteboard.copyText(u"second"_s);
+    afterAnnouncements();
+    monitor.poll();
+    EXPECT_EQ(reports, (QStringList{u"water"_s, u"second"_s}));
+}
+
+TEST_F(AnnouncedClipboardMonitorTest, announcementsNeitherReportOurOwnWritesNorWhatCameInAPause) {
+    // Announced from inside the write, before the monitor noted the counter.
+    monitor.writeText(u"from the panel"_s);
+    afterAnnouncements();
+    // Announced a turn later.
+    pasteboard.setAnnouncesOwnWritesLate(true);
+    monitor.writeText(u"late"_s);
+    pasteboard.deliverLateNotices();
+    afterAnnouncements();
+    EXPECT_TRUE(reports.isEmpty());
+
+    monitor.pause();
+    pasteboard.copyText(u"copied while paused"_s);
+    afterAnnouncements();
+    monitor.resume(Method::copy);
+    afterAnnouncements();
+    EXPECT_TRUE(reports.isEmpty());
+
+    pasteboard.copyText(u"late"_s); // the user copying our text is news
+    afterAnnouncements();
+    EXPECT_EQ(reports, QStringList{u"late"_s});
+}
+
+TEST(ClipboardMonitorListening, aQuietClipboardIsPolledAndAGoneMonitorIsNoLongerCalled) {
+    ScriptedPasteboard quiet;
+    QStringList reports;
+    ClipboardMonitor polling(quiet, std::chrono::hours(1));
+    polling.onChange = [&](const ClipboardChange& change) {
+        reports << change.text;
+    };
+    polling.start();
+    quiet.copyText(u"water"_s);
+    QCoreApplication::sendPostedEvents();
+    EXPECT_TRUE(reports.isEmpty());
+    polling.poll();
+    EXPECT_EQ(reports, QStringList{u"water"_s});
+
+    ScriptedPasteboard announcing(true);
+    {
+        ClipboardMonitor gone(announcing);
+        gone.onChange = [&](const ClipboardChange& change) {
+            reports << change.text;
+        };
+        gone.start();
+        announcing.copyText(u"queued when it went"_s);
+    }
+    EXPECT_FALSE(announcing.hasListener());
+    announcing.copyText(u"after"_s);
+    QCoreApplication::sendPostedEvents();
+    EXPECT_EQ(reports, QStringList{u"water"_s});
+}

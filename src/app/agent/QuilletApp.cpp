@@ -181,7 +181,7 @@ int run(int argc, char** argv) {
     core.start();
     if (const QScreen* screen = QApplication::primaryScreen())
         core.noteDisplayLayout(screen->name(), false);
-    translator->refreshAssetStatus();
+    core.learnTranslatorStatus();
     return QApplication::exec();
 }
 

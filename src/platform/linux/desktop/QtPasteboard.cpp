@@ -52,12 +52,21 @@ QtPasteboard::QtPasteboard(QObject* parent) : QObject(parent) {
         m_inputScrubber = std::make_unique<XcbInputScrubber>(x11->connection());
     // The PRIMARY selection changes with every text selection; only copies count.
     connect(m_clipboard, &QClipboard::changed, this, [this](QClipboard::Mode mode) {
-        if (mode == QClipboard::Clipboard)
-            ++m_changeCount;
+        if (mode != QClipboard::Clipboard)
+            return;
+        ++m_changeCount;
+        if (m_listener)
+            m_listener();
     });
 }
 
 QtPasteboard::~QtPasteboard() = default;
+
+bool QtPasteboard::listenForChanges(std::function<void()> listener) {
+    m_listener = std::move(listener);
+    // Without the clipboard nothing changes, and polling finds that out just as well.
+    return m_clipboard != nullptr;
+}
 
 std::optional<QString> QtPasteboard::plainText() const {
     const QMimeData* mime = m_clipboard ? m_clipboard->mimeData(QClipboard::Clipboard) : nullptr;

@@ -10,7 +10,8 @@ class XcbInputScrubber;
 
 // The CLIPBOARD selection through Qt. X11 has no change counter, so this one keeps its own,
 // moved by every change Qt reports (XFixes owner changes from other programs, and our own
-// writes). Main thread only; needs the GUI application object.
+// writes), and each such change is announced. Main thread only; needs the GUI application
+// object.
 class QtPasteboard final : public QObject, public Pasteboard {
     Q_OBJECT
 public:
@@ -18,6 +19,7 @@ public:
     ~QtPasteboard() override;
 
     qint64 changeCount() const override { return m_changeCount; }
+    bool listenForChanges(std::function<void()> listener) override;
     std::optional<QString> plainText() const override;
     QStringList types() const override;
     QByteArray data(const QString& type) const override;
@@ -29,4 +31,5 @@ private:
     // Only on X11; elsewhere nothing of a read stays behind in Qt's connection.
     std::unique_ptr<XcbInputScrubber> m_inputScrubber;
     qint64 m_changeCount = 0;
+    std::function<void()> m_listener;
 };
