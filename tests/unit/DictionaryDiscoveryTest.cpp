@@ -20,8 +20,8 @@ struct DiscoveryFixture {
     QTemporaryDir root;
     ManualTimers timers;
     StarDictDictdShelf shelf{[this] { return folders(); },
-                          [](const QString&) {
-                          }};
+                             [](const QString&) {
+                             }};
     DictionaryDiscovery discovery{shelf, [this] { return folders(); }, timers, 500ms};
 
     StarDictDictdShelf::Folders folders() const { return {{root.filePath(u"dic"_s)}, {}}; }
