@@ -18,6 +18,7 @@
 #include "settings/Preferences.h"
 #include "settings/TranslationSettings.h"
 #include "settings/TriggerSettings.h"
+#include "support/MadeUpWords.h"
 #include "ui/NotchPanel.h"
 
 #include <QApplication>
@@ -47,16 +48,6 @@ QStringList commonWords(int count) {
     }
     sqlite3_close(db);
     return words;
-}
-
-// "zza", "zzb", …, "zzba", …: words of ASCII letters no copy in the loop repeats.
-QString madeUpWord(int n) {
-    QString text;
-    do {
-        text.prepend(QChar(u'a' + n % 26));
-        n /= 26;
-    } while (n > 0);
-    return u"zz"_s + text;
 }
 
 // The agent's parts as its start-up wires them, with the clipboard scripted.
@@ -135,7 +126,7 @@ void CopyToPanelWithFullNotebook(benchmark::State& state) {
     for (int n = 0;
          n < 2 * Vocabulary::historyLimit && vocabulary.entries().size() < Vocabulary::historyLimit;
          ++n)
-        vocabulary.record(madeUpWord(n));
+        vocabulary.record(madeUpWord(u"zz"_s, n));
     measureCopies(state, agent);
 }
 BENCHMARK(CopyToPanelWithFullNotebook)->Iterations(1000)->Unit(benchmark::kMicrosecond);

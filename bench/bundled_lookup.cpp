@@ -9,7 +9,6 @@
 #include "dictionary/BundledDictionary.h"
 #include "settings/AppPaths.h"
 
-#include <QCoreApplication>
 #include <QDir>
 #include <QString>
 #include <algorithm>
@@ -82,12 +81,3 @@ void BM_BundledLookup(benchmark::State& state) {
 BENCHMARK(BM_BundledLookup)->Iterations(kWordCount* kPasses)->Unit(benchmark::kMicrosecond);
 
 } // namespace
-
-int main(int argc, char** argv) {
-    benchmark::Initialize(&argc, argv);
-    // Lets AppPaths find the database beside this program.
-    QCoreApplication application(argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
-}

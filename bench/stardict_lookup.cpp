@@ -14,7 +14,6 @@
 #include "platform/linux/dictionaries/DictionaryDiscovery.h"
 #include "platform/linux/dictionaries/StarDictDictdShelf.h"
 
-#include <QCoreApplication>
 #include <QEventLoop>
 #include <QFile>
 #include <QRandomGenerator>
@@ -300,11 +299,3 @@ BENCHMARK(BM_TenDictionariesFromTheFollowedList)->Iterations(2000)->Unit(benchma
 BENCHMARK(BM_StarDictFirstLookupAfterDiscovery)->Iterations(5)->Unit(benchmark::kMillisecond);
 
 } // namespace
-
-int main(int argc, char** argv) {
-    benchmark::Initialize(&argc, argv);
-    QCoreApplication application(argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
-}

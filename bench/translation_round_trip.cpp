@@ -11,7 +11,6 @@
 #include "settings/DefaultsStore.h"
 #include "settings/TranslationSettings.h"
 
-#include <QCoreApplication>
 #include <QEventLoop>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -127,11 +126,3 @@ BENCHMARK(BM_BareHttpPost)->Iterations(3'000)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_EngineTranslate)->Iterations(3'000)->Unit(benchmark::kMicrosecond);
 
 } // namespace
-
-int main(int argc, char** argv) {
-    QCoreApplication application(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
-}

@@ -7,6 +7,7 @@
 #include "LatencyCounters.h"
 #include "notebook/Vocabulary.h"
 #include "settings/DefaultsStore.h"
+#include "support/MadeUpWords.h"
 
 #include <QCoreApplication>
 #include <QTemporaryDir>
@@ -17,14 +18,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// "a", "b", …, "ba", … : distinct words of ASCII letters.
 QString word(int n) {
-    QString text;
-    do {
-        text.prepend(QChar(u'a' + n % 26));
-        n /= 26;
-    } while (n > 0);
-    return u"w"_s + text;
+    return madeUpWord(u"w"_s, n);
 }
 
 void measureRecords(benchmark::State& state, bool inBackground) {
@@ -70,12 +65,3 @@ void BM_VocabularyRecordInBackground(benchmark::State& state) {
 BENCHMARK(BM_VocabularyRecordInBackground)->Iterations(300)->Unit(benchmark::kMicrosecond);
 
 } // namespace
-
-int main(int argc, char** argv) {
-    // The background writer's notices arrive through the event loop.
-    QCoreApplication application(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
-}

@@ -71,7 +71,6 @@ QList<SystemDictionaryBridge::Handle> DictionaryDiscovery::dictionaries() {
     QList<SystemDictionaryBridge::Handle> listing = m_shelf.dictionaries();
     lock.lock();
     ++m_walks;
-    m_listing = listing;
     return listing;
 }
 
@@ -92,7 +91,8 @@ void DictionaryDiscovery::startWalkLocked() {
 void DictionaryDiscovery::walkOnWorker() {
     for (;;) {
         QList<SystemDictionaryBridge::Handle> listing = m_shelf.dictionaries();
-        const QStringList followed = m_following ? foldersToFollow(m_folders()) : QStringList();
+        // Only a followed discovery walks here.
+        const QStringList followed = foldersToFollow(m_folders());
         {
             const std::lock_guard lock(m_mutex);
             m_listing = std::move(listing);

@@ -217,6 +217,22 @@ QList<SystemDictionaryBridge::Handle> StarDictDictdShelf::dictionaries() {
     return handles;
 }
 
+std::optional<QStringList> StarDictDictdShelf::readLocked(const Found& listed, const QString& word,
+                                                          QStringList& reports) {
+    InstalledDictionary* dictionary = shelve(listed, Check::quick, reports);
+    if (!dictionary)
+        return std::nullopt;
+    OrDefect<QStringList> texts = dictionary->definitions(word);
+    if (const auto* defect = std::get_if<DictionaryDefect>(&texts)) {
+        // Unusable: said once, and closed.
+        Shelved& shelved = m_opened[listed.path];
+        reportOnce(listed, shelved, defect->reason, reports);
+        shelved.dictionary.reset();
+        return std::nullopt;
+    }
+    return std::get<QStringList>(std::move(texts));
+}
+
 std::optional<QString> StarDictDictdShelf::definition(const QString& word,
                                                       const QString& identifier) {
     if (word.isEmpty())
@@ -229,16 +245,9 @@ std::optional<QString> StarDictDictdShelf::definition(const QString& word,
         if (!m_listed.contains(identifier))
             relist(reports);
         const auto listed = m_listed.constFind(identifier);
-        InstalledDictionary* dictionary =
-            listed == m_listed.constEnd() ? nullptr : shelve(*listed, Check::quick, reports);
-        if (dictionary) {
-            const OrDefect<QStringList> texts = dictionary->definitions(word);
-            if (const auto* defect = std::get_if<DictionaryDefect>(&texts)) {
-                Shelved& shelved = m_opened[listed->path];
-                reportOnce(*listed, shelved, defect->reason, reports);
-                shelved.dictionary.reset();
-            } else {
-                const QString joined = std::get<QStringList>(texts).join(u"\n\n"_s).trimmed();
+        if (listed != m_listed.constEnd()) {
+            if (const auto texts = readLocked(*listed, word, reports)) {
+                const QString joined = texts->join(u"\n\n"_s).trimmed();
                 if (!joined.isEmpty())
                     answer = joined;
             }
@@ -260,18 +269,9 @@ void StarDictDictdShelf::prepareAll() {
         QStringList reports;
         {
             const std::lock_guard lock(m_mutex);
-            const auto listed = m_listed.constFind(identifier);
-            if (listed == m_listed.constEnd())
-                continue;
-            if (InstalledDictionary* dictionary = shelve(*listed, Check::quick, reports)) {
-                // An empty word reads the word lists and looks nothing up.
-                const OrDefect<QStringList> texts = dictionary->definitions(QString());
-                if (const auto* defect = std::get_if<DictionaryDefect>(&texts)) {
-                    Shelved& shelved = m_opened[listed->path];
-                    reportOnce(*listed, shelved, defect->reason, reports);
-                    shelved.dictionary.reset();
-                }
-            }
+            // An empty word reads the word lists and looks nothing up.
+            if (const auto listed = m_listed.constFind(identifier); listed != m_listed.constEnd())
+                readLocked(*listed, QString(), reports);
         }
         for (const QString& line : reports)
             m_report(line);

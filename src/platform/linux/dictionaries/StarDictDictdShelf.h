@@ -78,6 +78,10 @@ private:
     // Expects m_mutex.
     enum class Check { quick, full };
     InstalledDictionary* shelve(const Found& found, Check check, QStringList& reports);
+    // One dictionary's entries for `word` (the mutex held); nothing when it cannot be read,
+    // and a defect closes it.
+    std::optional<QStringList> readLocked(const Found& listed, const QString& word,
+                                          QStringList& reports);
     void reportOnce(const Found& found, const Shelved& version, const QString& reason,
                     QStringList& reports);
 
