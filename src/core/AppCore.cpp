@@ -20,9 +20,10 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// Translated sentences are kept as sentences; everything else the panel shows is a word.
+// Translated and glossed sentences are kept as sentences; everything else the panel shows
+// is a word.
 Vocabulary::Kind notebookKind(const LookupResult& result) {
-    return result.isTranslation() && TextFilter::kind(result.term) != QueryKind::word
+    return !result.isDictionaryAnswer() && TextFilter::kind(result.term) != QueryKind::word
                ? Vocabulary::Kind::sentence
                : Vocabulary::Kind::word;
 }
@@ -88,6 +89,10 @@ void AppCore::wirePresenterActions() {
     };
     actions.downloadLanguagePack = [this](const QString& query) {
         downloadLanguagePack(query);
+    };
+    actions.openTranslationSettings = [this] {
+        if (m_deps.openTranslationSettings)
+            m_deps.openTranslationSettings();
     };
     actions.retryLastRejection = [this] {
         retryLastRejection();
@@ -258,7 +263,7 @@ bool AppCore::conclude(const QString& query, bool userInitiated, const Cancellat
     const bool shown = m_deps.presenter.show(result, userInitiated);
     if (shown)
         m_deps.presenter.scheduleAutoHide();
-    if (!result.isTranslation()) {
+    if (result.isDictionaryAnswer()) {
         if (shown) {
             m_pendingWord.reset();
             m_deps.vocabulary.record(result.term);
@@ -270,7 +275,7 @@ bool AppCore::conclude(const QString& query, bool userInitiated, const Cancellat
     }
     m_deps.log.append(EventLog::Kind::result, LookupLogLines::summary(result));
     // So that the settings show what the translation taught about the model.
-    return result.isTranslation() &&
+    return !result.isDictionaryAnswer() &&
            m_deps.translator.assetStatus() != TranslationAssetStatus::installed;
 }
 

@@ -51,6 +51,8 @@ public:
         std::function<void(const QString& text)> speak;
         // Opens a word in the dictionary application; logs by itself when it cannot.
         std::function<void(const QString& word)> openInDictionary;
+        // Opens the settings of sentence translation (where a model server is set up).
+        std::function<void()> openTranslationSettings;
         std::function<QDateTime()> now = [] {
             return QDateTime::currentDateTimeUtc();
         };

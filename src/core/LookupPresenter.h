@@ -24,6 +24,8 @@ public:
         // The user agreed to fetch the translation assets for this query; the coordinator
         // downloads them and then looks the query up.
         std::function<void(const QString& query)> downloadLanguagePack;
+        // The user asked how to get whole-sentence translations instead of a gloss.
+        std::function<void()> openTranslationSettings;
         // Look up the last refused text anyway.
         std::function<void()> retryLastRejection;
     };

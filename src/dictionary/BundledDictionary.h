@@ -32,6 +32,9 @@ public:
 
     // An empty list, or exactly one entry.
     QList<DictionaryEntry> lookup(QStringView word) const;
+    // The headword an inflected form belongs to ("gave" → "give", "looked" → "look"), whether
+    // or not the form has an entry of its own; `form` is taken as it stands (lower case).
+    std::optional<QString> lemmaOf(const QString& form) const { return lemma(form); }
     // Whether the file could be opened (opens it if that has not happened yet).
     bool isAvailable() const;
     // Why the database cannot be used (or has failed a lookup), in Chinese; nothing while it

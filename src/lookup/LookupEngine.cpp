@@ -167,15 +167,23 @@ QCoro::Task<LookupOutcome> LookupEngine::lookup(QString text, CancellationToken 
     const TranslationOutcome translated = co_await m_deps.translator.translate(term, token);
     if (token.isCancelled() || std::holds_alternative<Cancelled>(translated))
         co_return Cancelled{};
+    if (const auto* gloss = std::get_if<Gloss>(&translated)) {
+        // A word no dictionary knows is not known word by word either.
+        if (gloss->glossedCount() > 0)
+            co_return LookupResult::glossed(term, *gloss,
+                                            kind == QueryKind::word ? phonetic : std::nullopt);
+        if (kind == QueryKind::word)
+            co_return LookupError::notFound(term);
+    }
     if (const auto* translation = std::get_if<QString>(&translated)) {
         if (kind == QueryKind::word && equalIgnoringCase(UnicodeText::trimmed(*translation), term))
             co_return LookupError::notFound(term);
         co_return LookupResult::translated(term, *translation,
                                            kind == QueryKind::word ? phonetic : std::nullopt);
     }
-    const auto& failure = std::get<TranslationFailure>(translated);
+    const auto* failure = std::get_if<TranslationFailure>(&translated);
     if (m_deps.logError)
-        m_deps.logError(u"翻译失败："_s + failure.message);
+        m_deps.logError(u"翻译失败："_s + (failure ? failure->message : u"没有认得的词"_s));
     if (m_deps.translator.assetStatus() == TranslationAssetStatus::installed)
         co_return LookupError::translationFailed();
     co_return LookupError::translationAssetsMissing();

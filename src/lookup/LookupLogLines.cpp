@@ -31,6 +31,10 @@ QString summary(const LookupResult& result) {
         return u"翻译｜"_s + EventLog::privateSegment(result.term) + u' ' +
                EventLog::privateSegment(result.translation);
     }
+    if (result.isGloss()) {
+        return u"逐词释义｜"_s + EventLog::privateSegment(result.term) + u' ' +
+               EventLog::privateSegment(result.translation);
+    }
     QStringList entries;
     for (const DictionaryEntry& entry : result.source.entries)
         entries.append(entrySummary(entry));

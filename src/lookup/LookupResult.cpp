@@ -8,6 +8,10 @@ LookupResult::Source LookupResult::translationSource() {
     return Source{.id = u"translation"_s, .shortName = u"翻译"_s, .name = u"本地翻译"_s};
 }
 
+LookupResult::Source LookupResult::glossSource() {
+    return Source{.id = u"gloss"_s, .shortName = u"逐词释义"_s, .name = u"逐词释义"_s};
+}
+
 LookupResult LookupResult::dictionaryAnswer(QString term, Source source) {
     LookupResult result;
     result.term = std::move(term);
@@ -27,8 +31,20 @@ LookupResult LookupResult::translated(QString term, QString translation,
     return result;
 }
 
+LookupResult LookupResult::glossed(QString term, const Gloss& gloss,
+                                   std::optional<QString> phonetic) {
+    LookupResult result;
+    result.term = std::move(term);
+    result.source = glossSource();
+    result.translation = gloss.line();
+    result.phonetic = std::move(phonetic);
+    result.payload = Payload::gloss;
+    result.glossPieces = gloss.pieces;
+    return result;
+}
+
 std::optional<QString> LookupResult::copyAllText() const {
-    if (isTranslation()) {
+    if (!isDictionaryAnswer()) {
         if (translation.isEmpty())
             return std::nullopt;
         return translation;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/Cancellation.h"
+#include "lookup/Gloss.h"
 
 #include <QCoroTask>
 #include <QObject>
@@ -18,7 +19,8 @@ struct TranslationFailure {
     QString message; // shown or logged as it stands
 };
 
-using TranslationOutcome = std::variant<QString, TranslationFailure, Cancelled>;
+// A translation, or a gloss from an engine that only reads the text word by word.
+using TranslationOutcome = std::variant<QString, Gloss, TranslationFailure, Cancelled>;
 
 // The assets are in place after a preparation.
 struct TranslationAssetsReady {};

@@ -84,7 +84,7 @@ void NotchPanel::wireActions() {
             return;
         // What is on screen: the selected tab's dictionary, not necessarily the first.
         LookupResult shown = m_resultView->result();
-        if (!shown.isTranslation())
+        if (shown.isDictionaryAnswer())
             shown.source = m_resultView->currentSource();
         m_actions.copy(shown.copyAllText().value_or(shown.term));
         bar->confirmCopied();
@@ -146,7 +146,7 @@ bool NotchPanel::show(const LookupResult& result, bool force) {
     // The first answer goes up at once; the other dictionaries are asked only after it has
     // been painted, since asking them all takes a moment. The window paints the answer as it
     // drops, and anything else Qt repaints is posted at low priority, ahead of this.
-    if (!result.isTranslation() && m_actions.wordSources)
+    if (result.isDictionaryAnswer() && m_actions.wordSources)
         QCoreApplication::postEvent(this, new OtherSourcesEvent(generation),
                                     Qt::LowEventPriority - 1);
     return true;

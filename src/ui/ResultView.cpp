@@ -53,7 +53,7 @@ void ResultView::setResult(const LookupResult& result, bool starred) {
     const bool isWord = TextFilter::kind(result.term) == QueryKind::word;
     m_actions->setOpenVisible(isWord);
 
-    if (!result.isTranslation()) {
+    if (result.isDictionaryAnswer()) {
         showSource(result.source);
         return;
     }

@@ -95,12 +95,27 @@ TEST_F(EcdictConverterTest, DerivesFormsFromExchange) {
         ('axe', 'n. 斧', 's:axes', 100), ('axis', 'n. 轴', 's:axes', 5000),
         ('axes', NULL, '0:axis/1:s', 0),
         ('ice cream', 'n. 冰淇淋', 's:ice creams', 0), ('Mouse', 'n. 老鼠', 's:MICE', 50);)sql");
-    EXPECT_EQ(convert().forms, 9);
-    // leaves: the more common lemma; axes and watersports: the form's own row decides.
-    EXPECT_EQ(dump("SELECT * FROM forms"), u"axes|axis\nbetter|good\nleaves|leave\nmice|mouse\n"
-                                           "ran|run\nrunning|run\nruns|run\nshowed|show\n"
-                                           "watersports|watersport"_s);
-    EXPECT_EQ(dump("SELECT name FROM sqlite_master ORDER BY name"), u"forms\nwords"_s);
+    EXPECT_EQ(convert().forms, 10);
+    // leaves: the more common lemma; axes and watersports: the form's own row decides; best
+    // keeps its own row for lookups and still leads phrases to good.
+    EXPECT_EQ(dump("SELECT * FROM forms"),
+              u"axes|axis\nbest|good\nbetter|good\nleaves|leave\nmice|mouse\n"
+              "ran|run\nrunning|run\nruns|run\nshowed|show\n"
+              "watersports|watersport"_s);
+    EXPECT_EQ(dump("SELECT name FROM sqlite_master ORDER BY name"), u"forms\nphrases\nwords"_s);
+}
+
+TEST_F(EcdictConverterTest, KeepsPhrasesThatRunningTextCanMatch) {
+    makeSource(R"sql(INSERT INTO stardict(word, translation) VALUES
+        ('give up', '放弃, 停止'), ('Give Up', '大写的'), ('New  York', '纽约'),
+        ('look forward to', ' 期望, 盼望'), ('be available to...', '可供…使用'),
+        ('don’t mind', '不介意'), ('call sb. to order', '宣布开会'), ('e.g.', '例如'),
+        ('24 hours', '一昼夜'), ('ice cream', ''), ('water', 'n. 水');)sql");
+    EXPECT_EQ(convert().phrases, 5);
+    EXPECT_EQ(dump("SELECT * FROM phrases"),
+              u"be available to|可供…使用\ndon't mind|不介意\ngive up|放弃, 停止\n"
+              u"look forward to| 期望, 盼望\nnew york|纽约"_s);
+    EXPECT_EQ(dump("SELECT word FROM words"), u"water"_s);
 }
 
 TEST_F(EcdictConverterTest, ReplacesTheOutputOnlyWhenComplete) {
@@ -120,6 +135,18 @@ TEST_F(EcdictConverterTest, ReplacesTheOutputOnlyWhenComplete) {
     convert();
     EXPECT_EQ(dump("SELECT word FROM words"), u"new"_s);
     EXPECT_FALSE(QFileInfo::exists(output() + u".tmp"_s));
+}
+
+TEST_F(EcdictConverterTest, AcronymRowsGiveWayToTheInflectionTheyHide) {
+    makeSource(R"sql(INSERT INTO stardict(word, translation, exchange) VALUES
+        ('idea', 'n. 主意', 's:ideas'), ('ideas', 'abbr. 工业设计优秀奖', '0:idea/1:s'),
+        ('age', 'n. 年龄', 's:ages'), ('AGES', 'n. 某系统', ''),
+        ('use', 'v. 使用', 'p:used'), ('used', 'a. 用过的', '0:use'),
+        ('Oscar', 'n. 奥斯卡', 's:oscars'), ('oscars', 'abbr. 某缩写', '');)sql");
+    EXPECT_EQ(convert().acronymRowsReplaced, 2);
+    // A real word of its own (used) and a lemma that is itself capitalised (Oscar) keep theirs.
+    EXPECT_EQ(dump("SELECT word FROM words"), u"age\nidea\noscar\noscars\nuse\nused"_s);
+    EXPECT_EQ(dump("SELECT * FROM forms"), u"ages|age\nideas|idea\noscars|oscar\nused|use"_s);
 }
 
 TEST_F(EcdictConverterTest, SendsBareInflectionNotesToTheirLemma) {

@@ -115,6 +115,26 @@ bool isReachable(const QString& trimmedWord) {
     return !trimmedWord.isEmpty() && TextFilter::kind(trimmedWord) == QueryKind::word;
 }
 
+// A headword of several words as a phrase key: its tokens lower-cased, apostrophes made
+// plain, one space between them. ECDICT marks an open slot at the end with dots ("be
+// available to..."); what precedes it still reads as the phrase. Headwords with other
+// punctuation or slots ("call sb. to order") cannot match running text as they stand.
+std::optional<QString> phraseKey(const QString& trimmedHeadword) {
+    static const IcuRegex trailingSlot(uR"([.…]+$)");
+    QString text = trimmedHeadword;
+    if (const auto slot = trailingSlot.find(text))
+        text.truncate(slot->start);
+    text.replace(u'’', u'\'');
+    const QStringList tokens = text.split(u' ', Qt::SkipEmptyParts);
+    if (tokens.size() < 2)
+        return std::nullopt;
+    for (const QString& token : tokens) {
+        if (!isReachable(token))
+            return std::nullopt;
+    }
+    return UnicodeText::lowercased(tokens.join(u' '));
+}
+
 // "p:ran/d:run/i:running/3:runs/0:run/1:d" → the forms a lemma row declares, and the lemma
 // a form row declares. Other keys (comparatives' "b:"/"z:", "f:", "1:") describe nothing
 // a lookup needs.
@@ -162,8 +182,27 @@ struct BareInflection {
     WordRow row; // kept as a word after all when the lemma has no row of its own
 };
 
+void collectPhrase(const QString& headword, sqlite3_stmt* row, qint64 order,
+                   QHash<QString, WordRow>& phrases) {
+    const std::optional<QString> key = phraseKey(headword);
+    if (!key)
+        return;
+    WordRow phrase;
+    phrase.translation = columnBytes(row, 2);
+    if (phrase.translation.trimmed().isEmpty())
+        return;
+    phrase.lowerCaseHeadword = headword == *key;
+    phrase.order = order;
+    auto existing = phrases.find(*key);
+    if (existing == phrases.end())
+        phrases.insert(*key, std::move(phrase));
+    else if (phrase.preferredOver(existing.value()))
+        existing.value() = std::move(phrase);
+}
+
 struct Source {
     QHash<QString, WordRow> words;
+    QHash<QString, WordRow> phrases; // only translation, case and order are used
     QHash<QString, BareInflection> bareInflections;
     QList<FormClaim> claims;
     qint64 rows = 0;
@@ -193,8 +232,10 @@ std::variant<Source, Failure> readSource(const QString& path) {
     while ((status = sqlite3_step(scan.get())) == SQLITE_ROW) {
         const qint64 order = source.rows++;
         const QString headword = UnicodeText::trimmed(columnString(scan.get(), 0));
-        if (!isReachable(headword))
+        if (!isReachable(headword)) {
+            collectPhrase(headword, scan.get(), order, source.phrases);
             continue;
+        }
         const QString key = UnicodeText::lowercased(headword);
         collectClaims(key, columnString(scan.get(), 4), order, source.claims);
 
@@ -235,14 +276,42 @@ std::variant<Source, Failure> readSource(const QString& path) {
     return source;
 }
 
+// ECDICT's "ideas" row holds only the acronym IDEAS (工业设计优秀奖), and "ages", "oscars",
+// "boomers" are no better; a capitalised headword ("US") can take a lower-case key the same
+// way. A reader of such a word means the plural (or other inflection) of its lemma, so a row
+// that is only an acronym, or came from a capitalised headword, gives way to the inflection
+// of a lower-case lemma. Returns how many rows gave way.
+bool readsAsAcronym(const WordRow& row) {
+    return row.translation.trimmed().startsWith("abbr.");
+}
+
+qint64 preferInflectionsOverAcronyms(Source& source) {
+    qint64 replaced = 0;
+    for (const FormClaim& claim : std::as_const(source.claims)) {
+        if (claim.form == claim.lemma)
+            continue;
+        const auto form = source.words.find(claim.form);
+        const auto lemma = source.words.constFind(claim.lemma);
+        if (form == source.words.end() || lemma == source.words.constEnd() ||
+            !lemma->lowerCaseHeadword || readsAsAcronym(*lemma))
+            continue;
+        if (form->lowerCaseHeadword && !readsAsAcronym(*form))
+            continue;
+        source.words.erase(form);
+        ++replaced;
+    }
+    return replaced;
+}
+
 // One lemma per form: the form's own declaration first, then the more common lemma, then
 // the earlier row.
 QHash<QString, FormClaim> resolveForms(const Source& source) {
     QHash<QString, FormClaim> chosen;
     for (const FormClaim& claim : source.claims) {
-        if (claim.form == claim.lemma || source.words.contains(claim.form) ||
-            !isReachable(claim.form))
-            continue; // a lookup would never get here, or finds the word itself first
+        // A form with a row of its own keeps it for lookups, which find the word first; its
+        // lemma still lets phrases match inflected ("looked forward to").
+        if (claim.form == claim.lemma || !isReachable(claim.form))
+            continue;
         const auto lemma = source.words.constFind(claim.lemma);
         if (lemma == source.words.constEnd())
             continue;
@@ -296,7 +365,9 @@ std::optional<Failure> write(const QString& path, const Source& source,
     if (!db.exec("PRAGMA journal_mode = OFF; PRAGMA synchronous = OFF; BEGIN;") ||
         !db.exec("CREATE TABLE words(word TEXT PRIMARY KEY, phonetic TEXT, translation TEXT, "
                  "pos TEXT) WITHOUT ROWID;"
-                 "CREATE TABLE forms(form TEXT PRIMARY KEY, lemma TEXT) WITHOUT ROWID;"))
+                 "CREATE TABLE forms(form TEXT PRIMARY KEY, lemma TEXT) WITHOUT ROWID;"
+                 "CREATE TABLE phrases(phrase TEXT PRIMARY KEY, translation TEXT) "
+                 "WITHOUT ROWID;"))
         return failed();
     {
         Statement insert(db.get(), "INSERT INTO words VALUES (?, ?, ?, ?)");
@@ -325,6 +396,18 @@ std::optional<Failure> write(const QString& path, const Source& source,
             sqlite3_reset(insert.get());
         }
     }
+    {
+        Statement insert(db.get(), "INSERT INTO phrases VALUES (?, ?)");
+        if (!insert)
+            return failed();
+        for (const auto& [key, row] : sortedByKey(source.phrases)) {
+            bindText(insert.get(), 1, key);
+            bindText(insert.get(), 2, row->translation);
+            if (sqlite3_step(insert.get()) != SQLITE_DONE)
+                return failed();
+            sqlite3_reset(insert.get());
+        }
+    }
     if (!db.exec("COMMIT;"))
         return failed();
     db.close();
@@ -337,7 +420,8 @@ std::variant<Summary, Failure> convert(const QString& source, const QString& des
     auto read = readSource(source);
     if (const auto* failure = std::get_if<Failure>(&read))
         return *failure;
-    const Source& data = std::get<Source>(read);
+    Source& data = std::get<Source>(read);
+    const qint64 acronymRowsReplaced = preferInflectionsOverAcronyms(data);
     const QHash<QString, FormClaim> forms = resolveForms(data);
 
     const std::filesystem::path target = destination.toStdString();
@@ -356,8 +440,10 @@ std::variant<Summary, Failure> convert(const QString& source, const QString& des
         return Failure{u"cannot move the new database to %1: %2"_s.arg(
             destination, QString::fromStdString(error.message()))};
     }
-    return Summary{data.rows, data.words.size(), forms.size(),
-                   static_cast<qint64>(std::filesystem::file_size(target, ignored))};
+    return Summary{
+        data.rows,           data.words.size(),
+        forms.size(),        data.phrases.size(),
+        acronymRowsReplaced, static_cast<qint64>(std::filesystem::file_size(target, ignored))};
 }
 
 } // namespace EcdictConverter

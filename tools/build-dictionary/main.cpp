@@ -24,6 +24,9 @@ int main(int argc, char** argv) {
     std::printf("read %lld ECDICT rows\n", static_cast<long long>(summary.sourceRows));
     std::printf("words: %lld rows\n", static_cast<long long>(summary.words));
     std::printf("forms: %lld rows\n", static_cast<long long>(summary.forms));
+    std::printf("phrases: %lld rows\n", static_cast<long long>(summary.phrases));
+    std::printf("acronym rows that gave way to an inflection: %lld\n",
+                static_cast<long long>(summary.acronymRowsReplaced));
     std::printf("%s: %lld bytes (%.1f MiB) in %.2f s\n", argv[2],
                 static_cast<long long>(summary.fileBytes), summary.fileBytes / 1048576.0,
                 timer.nsecsElapsed() / 1e9);

@@ -2,6 +2,7 @@
 
 #include "SingleInstance.h"
 #include "TerminationSignals.h"
+#include "app/wiring/SentenceTranslator.h"
 #include "core/AppCore.h"
 #include "dictionary/BundledDictionary.h"
 #include "dictionary/Pronouncer.h"
@@ -128,8 +129,7 @@ int run(int argc, char** argv) {
     });
 
     const std::unique_ptr<Pasteboard> pasteboard = makeSystemPasteboard();
-    const std::unique_ptr<TranslationEngine> translator =
-        TranslationEngineFactory::create(TranslationSettings::shared(), log);
+    const std::unique_ptr<TranslationEngine> translator = makeSentenceTranslator();
     const SystemDictionaryCatalog catalog(preferences);
     BundledDictionary& bundled = BundledDictionary::shared();
     const LookupEngine engine({.bundled = bundled,

@@ -1,5 +1,6 @@
 #include "cli/CommandLine.h"
 
+#include "app/wiring/SentenceTranslator.h"
 #include "base/UnicodeText.h"
 #include "cli/DictionariesCommand.h"
 #include "cli/LogCommand.h"
@@ -83,8 +84,7 @@ int lookup(const TextInvocation& invocation) {
 
     const SystemDictionaryCatalog catalog(Preferences::shared());
     const std::unique_ptr<TranslationEngine> translator =
-        TranslationEngineFactory::create(TranslationSettings::shared(), EventLog::shared(),
-                                         TranslationEngineFactory::Waiter::commandLine);
+        makeSentenceTranslator(TranslationEngineFactory::Waiter::commandLine);
     // A first translation can take a while; say why before the answer comes.
     QObject::connect(translator.get(), &TranslationEngine::notice,
                      [](const QString& text) { Output::line(stderr, text); });

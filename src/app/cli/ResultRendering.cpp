@@ -68,10 +68,34 @@ QString joinedLines(const QStringList& lines) {
     return kept.join(u'\n');
 }
 
+QJsonArray glossJson(const QList<GlossPiece>& pieces) {
+    QJsonArray array;
+    for (const GlossPiece& piece : pieces) {
+        array.append(QJsonObject{
+            {u"text"_s, piece.text},
+            {u"headword"_s, piece.isGlossed() ? QJsonValue(piece.headword) : QJsonValue()},
+            {u"senses"_s, stringArray(piece.senses)},
+            {u"phrase"_s, piece.isPhrase}});
+    }
+    return array;
+}
+
+QString payloadName(LookupResult::Payload payload) {
+    switch (payload) {
+    case LookupResult::Payload::translation:
+        return u"translation"_s;
+    case LookupResult::Payload::gloss:
+        return u"gloss"_s;
+    case LookupResult::Payload::dictionary:
+        break;
+    }
+    return u"dictionary"_s;
+}
+
 } // namespace
 
 QString plain(const LookupResult& result) {
-    if (result.isTranslation()) {
+    if (!result.isDictionaryAnswer()) {
         const QString headline =
             result.phonetic ? result.term + u' ' + *result.phonetic : result.term;
         return joinedLines({headline, result.source.name, result.translation});
@@ -90,10 +114,10 @@ QByteArray json(const LookupResult& result) {
     QJsonArray entries;
     for (const DictionaryEntry& entry : result.source.entries)
         entries.append(entryJson(entry));
-    const bool translated = result.isTranslation();
+    const bool translated = !result.isDictionaryAnswer();
     return compact({
         {u"term"_s, result.term},
-        {u"payload"_s, translated ? u"translation"_s : u"dictionary"_s},
+        {u"payload"_s, payloadName(result.payload)},
         {u"source"_s, QJsonObject{{u"id"_s, result.source.id},
                                   {u"shortName"_s, result.source.shortName},
                                   {u"name"_s, result.source.name}}},
@@ -101,6 +125,7 @@ QByteArray json(const LookupResult& result) {
         {u"translation"_s, translated ? QJsonValue(result.translation) : QJsonValue()},
         {u"phonetic"_s, optionalText(result.phonetic)},
         {u"copyText"_s, optionalText(result.copyAllText())},
+        {u"gloss"_s, result.isGloss() ? QJsonValue(glossJson(result.glossPieces)) : QJsonValue()},
     });
 }
 

@@ -1,0 +1,34 @@
+#include "lookup/GlossTranslationEngine.h"
+
+#include <QCoroFuture>
+#include <QPromise>
+#include <QThreadPool>
+
+GlossTranslationEngine::GlossTranslationEngine(const BundledDictionary& words,
+                                               const PhraseBook& phrases, QObject* parent)
+    : TranslationEngine(parent), m_glosser(words, phrases) {}
+
+QCoro::Task<TranslationOutcome> GlossTranslationEngine::translate(QString text,
+                                                                  CancellationToken token) {
+    if (token.isCancelled())
+        co_return Cancelled{};
+    auto promise = std::make_shared<QPromise<Gloss>>();
+    QFuture<Gloss> future = promise->future();
+    promise->start();
+    // The glosser and its sources outlive every lookup: they belong to the process.
+    QThreadPool::globalInstance()->start([promise, glosser = m_glosser, text] {
+        promise->addResult(glosser.gloss(text));
+        promise->finish();
+    });
+    Gloss gloss = co_await future;
+    if (token.isCancelled())
+        co_return Cancelled{};
+    co_return gloss;
+}
+
+QCoro::Task<PreparationOutcome>
+GlossTranslationEngine::prepareInteractively(CancellationToken token) {
+    if (token.isCancelled())
+        co_return Cancelled{};
+    co_return TranslationAssetsReady{};
+}
