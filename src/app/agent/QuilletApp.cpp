@@ -23,6 +23,7 @@
 #include "settings/TranslationSettings.h"
 #include "settings/TriggerSettings.h"
 #include "ui/NotchPanel.h"
+#include "ui/TranslationSettingsWindow.h"
 #include "ui/TrayIcon.h"
 
 #include <QApplication>
@@ -150,6 +151,7 @@ int run(int argc, char** argv) {
     QObject::connect(&panel, &NotchPanel::stateChanged, &panel, mirrorState);
     QObject::connect(&panel, &NotchPanel::contentChanged, &panel, mirrorState);
     mirrorState();
+    TranslationSettingsWindow translationSettings(TranslationSettings::shared(), *translator);
     AppCore core(
         {.presenter = panel,
          .pasteboard = *pasteboard,
@@ -162,6 +164,7 @@ int run(int argc, char** argv) {
          .filter = filter,
          .speak = [](const QString& text) { Pronouncer::shared().speak(text); },
          .openInDictionary = openInDictionary,
+         .openTranslationSettings = [&translationSettings] { translationSettings.present(); },
          // A damaged database says so itself ("内置词库无法读取…"); this is for none at all.
          .wordDatabaseMissing = !bundled.isAvailable() && !bundled.problem(),
          .clipboardPollMs = clipboardPollMs()});
