@@ -21,5 +21,6 @@ FixtureDatabase::FixtureDatabase(const QString& sql)
 QString FixtureDatabase::schema() {
     return u"CREATE TABLE words(word TEXT PRIMARY KEY, phonetic TEXT, translation TEXT, pos TEXT) "
            u"WITHOUT ROWID;"
-           "CREATE TABLE forms(form TEXT PRIMARY KEY, lemma TEXT) WITHOUT ROWID;"_s;
+           "CREATE TABLE forms(form TEXT PRIMARY KEY, lemma TEXT) WITHOUT ROWID;"
+           "CREATE TABLE phrases(phrase TEXT PRIMARY KEY, translation TEXT) WITHOUT ROWID;"_s;
 }

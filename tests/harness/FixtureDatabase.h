@@ -10,7 +10,7 @@ public:
     explicit FixtureDatabase(const QString& sql);
     const QString& path() const { return m_path; }
 
-    // The two tables the program reads, as the build tool writes them.
+    // The tables the program reads, as the build tool writes them.
     static QString schema();
 
 private:
