@@ -1,5 +1,6 @@
 #include "lookup/Glosser.h"
 
+#include "base/IcuRegex.h"
 #include "base/UnicodeText.h"
 #include "dictionary/BundledDictionary.h"
 #include "dictionary/BundledEntryBuilder.h"
@@ -7,6 +8,7 @@
 
 #include <QHash>
 #include <QSet>
+#include <algorithm>
 #include <optional>
 
 using namespace Qt::StringLiterals;
@@ -77,6 +79,16 @@ bool misleadsInRunningText(const QStringList& words) {
     return words.size() == 2 && leaders.contains(words.front());
 }
 
+// ECDICT's notes that only name an inflection's lemma: "be的现在式第三人称".
+bool namesItsLemma(QStringView sense) {
+    const qsizetype mark = sense.indexOf(u'的');
+    if (mark <= 0)
+        return false;
+    return std::all_of(sense.begin(), sense.begin() + mark, [](QChar c) {
+        return (c.unicode() < 0x80 && c.isLetter()) || joinsWords(c);
+    });
+}
+
 // Drops bracketed English asides ("瞧( look的过去式和过去分词 )" → "瞧") and the notes
 // that send an inflected form to its lemma.
 QString cleanSense(QStringView sense) {
@@ -107,9 +119,36 @@ QString cleanSense(QStringView sense) {
         ++i;
     }
     kept = UnicodeText::trimmed(kept);
-    if (kept.endsWith(u"的变化形式"_s))
+    if (kept.endsWith(u"的变化形式"_s) || namesItsLemma(kept))
         return {};
     return kept;
+}
+
+// A word that is also an inflection is met as that inflection far more often in running
+// text: "lights" 灯( light的名词复数 ) before 家畜的肺脏, "saw" 看见( see的过去式 ) before 锯.
+QStringList inflectionSensesFirst(QStringList senses, const QString& lemma) {
+    const QString aside = lemma + u"的"_s;
+    std::stable_partition(senses.begin(), senses.end(),
+                          [&](const QString& sense) { return sense.contains(aside); });
+    return senses;
+}
+
+bool isVerb(const std::optional<QString>& partOfSpeech) {
+    static const QSet<QString> verbs{u"动词"_s, u"及物动词"_s, u"不及物动词"_s, u"助动词"_s};
+    return partOfSpeech && verbs.contains(*partOfSpeech);
+}
+
+// The senses of an inflection's lemma; only its verb senses when the note names a verb form.
+QStringList lemmaSenses(const DictionaryEntry& lemma, const QString& note) {
+    static const IcuRegex verbForm(uR"(过去|分词|第三人称|现在式)");
+    if (!verbForm.matches(note))
+        return lemma.allSenses();
+    QStringList senses;
+    for (const DictionaryEntry::Section& section : lemma.sections) {
+        if (isVerb(section.partOfSpeech))
+            senses += section.senses;
+    }
+    return senses.isEmpty() ? lemma.allSenses() : senses;
 }
 
 QStringList cleanSenses(const QStringList& senses) {
@@ -245,12 +284,31 @@ private:
 
     std::optional<GlossPiece> wordAt(qsizetype index) {
         const Token& token = m_tokens[index];
-        QList<DictionaryEntry> entries = m_words.lookup(token.key);
-        if (entries.isEmpty() && token.key.endsWith(u"'s"_s))
-            entries = m_words.lookup(token.key.chopped(2));
+        const QString& lemma = variants(index).value(1, token.key);
+        std::optional<GlossPiece> piece = glossOf(token.key, lemma);
+        if (!piece && token.key.endsWith(u"'s"_s))
+            piece = glossOf(token.key.chopped(2), lemma);
+        // A row that only names its lemma ("is": be的现在式第三人称) says nothing itself.
+        if (!piece && lemma != token.key)
+            piece = glossOf(lemma, lemma);
+        return piece;
+    }
+
+    std::optional<GlossPiece> glossOf(const QString& word, const QString& lemma) const {
+        const QList<DictionaryEntry> entries = m_words.lookup(word);
         if (entries.isEmpty())
             return std::nullopt;
-        QStringList senses = cleanSenses(entries.front().allSenses());
+        QStringList raw = inflectionSensesFirst(entries.front().allSenses(), lemma);
+        // A row that calls itself an inflection ("left": leave的过去式和过去分词) is read as
+        // that inflection first: the lemma's senses (its verb senses for a verb form), then
+        // the row's own.
+        const auto note = std::find_if(raw.begin(), raw.end(),
+                                       [](const QString& sense) { return namesItsLemma(sense); });
+        if (note != raw.end() && lemma != word) {
+            if (const QList<DictionaryEntry> lemmas = m_words.lookup(lemma); !lemmas.isEmpty())
+                raw = lemmaSenses(lemmas.front(), *note) + raw;
+        }
+        QStringList senses = cleanSenses(raw);
         if (senses.isEmpty())
             return std::nullopt;
         return GlossPiece{.headword = entries.front().headword, .senses = std::move(senses)};

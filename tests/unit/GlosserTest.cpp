@@ -22,9 +22,13 @@ protected:
             ('water', 'n. 水；水域' || char(10) || 'vt. 浇水'), ('dollar', 'n. 美元'),
             ('pay', 'v. 支付'), ('take', 'v. 拿'), ('care', 'n. 照顾'), ('of', 'prep. …的'),
             ('business', 'n. 生意'), ('john', 'n. 约翰'), ('register', 'n. 登记'),
-            ('refresh', 'v. 刷新'), ('pick', 'v. 挑选'), ('phone', 'n. 电话'), ('on', 'prep. 在…上');
+            ('refresh', 'v. 刷新'), ('pick', 'v. 挑选'), ('phone', 'n. 电话'), ('on', 'prep. 在…上'),
+            ('is', 'be的现在式第三人称' || char(10) || '[计] 信息系统'),
+            ('lights', 'n. 家畜的肺脏；灯光（light的复数）'), ('light', 'n. 光'),
+            ('left', 'a. 左边的' || char(10) || 'leave的过去式'), ('leave', 'n. 许可' || char(10) || 'vt. 离开');
         INSERT INTO forms VALUES ('gave', 'give'), ('looked', 'look'), ('made', 'make'),
-            ('creams', 'cream'), ('dollars', 'dollar'), ('paid', 'pay');
+            ('creams', 'cream'), ('dollars', 'dollar'), ('paid', 'pay'), ('is', 'be'),
+            ('lights', 'light'), ('left', 'leave');
         INSERT INTO phrases VALUES ('give up', '放弃, 停止'), ('look forward', 'v. 向前看'),
             ('look forward to', ' 期望, 盼望'), ('make up one''s mind', '下决心'),
             ('ice cream', '冰淇淋' || char(10) || '[化] 冰淇淋'), ('to be', '存在'),
@@ -76,6 +80,13 @@ TEST_F(GlosserTest, FindsPhrasesWrittenInflected) {
     EXPECT_EQ(read(u"ice creams"_s), u"ice creams=ice cream:冰淇淋"_s);
     // A word reached through its lemma is glossed as the lemma, without the note.
     EXPECT_EQ(read(u"paid"_s), u"paid=pay:支付"_s);
+}
+
+TEST_F(GlosserTest, ReadsAWordThatIsAlsoAnInflectionAsTheInflectionFirst) {
+    EXPECT_EQ(read(u"is"_s), u"is=is:是"_s);
+    EXPECT_EQ(read(u"lights"_s), u"lights=lights:灯光"_s);
+    EXPECT_EQ(glosser.gloss(u"left"_s).pieces.front().senses,
+              (QStringList{u"离开"_s, u"左边的"_s}));
 }
 
 TEST_F(GlosserTest, OnlySpacesJoinTheWordsOfAPhrase) {
