@@ -75,13 +75,16 @@ TEST_F(BundledDictionaryIntegrationTest, TablesHoldOnlyReachableKeys) {
     ASSERT_EQ(sqlite3_prepare_v2(db, R"sql(
         SELECT (SELECT count(*) FROM sqlite_master) || '|' || (SELECT count(*) > 300000 FROM words)
             || '|' || (SELECT count(*) FROM forms WHERE lemma NOT IN (SELECT word FROM words))
-            || '|' || (SELECT count(*) FROM forms WHERE form IN (SELECT word FROM words))
+            || '|' || (SELECT count(*) > 300000 FROM phrases)
+            || '|' || (SELECT count(*) FROM phrases WHERE phrase <> lower(phrase)
+                       OR phrase LIKE '%  %' OR phrase NOT LIKE '% %' OR phrase LIKE ' %')
         UNION ALL SELECT word FROM words UNION ALL SELECT form FROM forms)sql",
                                  -1, &statement, nullptr),
               SQLITE_OK);
     ASSERT_EQ(sqlite3_step(statement), SQLITE_ROW);
-    // Two tables, enough words, no lemma missing, no form shadowed by a word.
-    EXPECT_STREQ(reinterpret_cast<const char*>(sqlite3_column_text(statement, 0)), "2|1|0|0");
+    // Three tables, enough words, no lemma missing; enough phrases, each of lower-case words
+    // with one space between them.
+    EXPECT_STREQ(reinterpret_cast<const char*>(sqlite3_column_text(statement, 0)), "3|1|0|1|0");
     // Every key must be one a lookup can produce: trimmed, fully lower-cased, one word.
     int unreachable = 0;
     while (sqlite3_step(statement) == SQLITE_ROW) {

@@ -138,10 +138,14 @@ TEST_F(LookupCommandTest, InvalidUtf8ArgumentIsRefusedNotACrash) {
 }
 
 TEST_F(LookupCommandTest, WithoutTranslatorOrWordDatabaseFailuresExitTwo) {
-    const QuilletProcess::Run sentence = quillet({u"lookup"_s, u"The"_s, u"cat"_s, u"sat."_s});
+    // Without a translator a sentence is glossed; one with no word the database knows is not.
+    const QuilletProcess::Run glossed = quillet({u"lookup"_s, u"The"_s, u"cat"_s, u"sat."_s});
+    EXPECT_EQ(glossed.exitCode, 0) << glossed.err.toStdString();
+    EXPECT_TRUE(glossed.out.startsWith(u"The cat sat.\n逐词释义\n"_s)) << glossed.out.toStdString();
+    const QuilletProcess::Run sentence = quillet({u"lookup"_s, u"Zorbl"_s, u"quux"_s, u"42."_s});
     EXPECT_EQ(sentence.exitCode, 2);
     EXPECT_EQ(sentence.err, kAssetsMissing);
-    const QuilletProcess::Run asJson = quillet({u"lookup"_s, u"--json"_s, u"The cat sat."_s});
+    const QuilletProcess::Run asJson = quillet({u"lookup"_s, u"--json"_s, u"Zorbl quux 42."_s});
     EXPECT_EQ(asJson.exitCode, 2);
     EXPECT_EQ(json(asJson)[u"error"_s].toString(), kAssetsMissing);
 
