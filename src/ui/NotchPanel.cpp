@@ -102,6 +102,10 @@ void NotchPanel::wireActions() {
             fitWindow(State::result);
         Q_EMIT contentChanged();
     });
+    connect(m_resultView, &ResultView::fullTranslationRequested, this, [this] {
+        if (m_actions.openTranslationSettings)
+            m_actions.openTranslationSettings();
+    });
     connect(m_noticeView, &NoticeView::retryRequested, this, [this] {
         if (m_actions.retryLastRejection)
             m_actions.retryLastRejection();

@@ -71,7 +71,7 @@ public:
 
     // For tests and diagnostics. The window's object name is "QuilletPanel"; its buttons are
     // named starButton, copyButton, speakButton, openButton, downloadButton, laterButton,
-    // retryButton, and each tab is a "sourceTab" with a "sourceId" property.
+    // retryButton, fullTranslationButton, and each tab is a "sourceTab" with a "sourceId" property.
     QWidget* window() const;
     State state() const { return m_state; }
     static QString stateName(State state);

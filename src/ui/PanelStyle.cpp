@@ -68,6 +68,8 @@ QPushButton[role="primary"] { color: #0b1a2a; border: none; border-radius: 8px; 
 QPushButton[role="primary"]:hover { background: #86c4ff; }
 QPushButton[role="secondary"] { color: %1; border: none; border-radius: 8px; padding: 5px 14px; background: rgba(255,255,255,26); }
 QPushButton[role="secondary"]:hover { background: rgba(255,255,255,40); }
+QPushButton[role="link"] { color: %3; border: none; padding: 1px 0; background: transparent; }
+QPushButton[role="link"]:hover { color: #86c4ff; text-decoration: underline; }
 QScrollArea, QScrollArea > QWidget > QWidget { background: transparent; border: none; }
 QScrollBar:vertical { background: transparent; width: 6px; margin: 2px 0; }
 QScrollBar::handle:vertical { background: rgba(255,255,255,60); border-radius: 3px; min-height: 24px; }

@@ -2,6 +2,7 @@
 
 #include "filter/TextFilter.h"
 #include "ui/ActionBar.h"
+#include "ui/GlossView.h"
 #include "ui/HeadlineView.h"
 #include "ui/SenseListView.h"
 #include "ui/SourceTabs.h"
@@ -15,12 +16,14 @@
 ResultView::ResultView(QWidget* parent)
     : QWidget(parent), m_headline(new HeadlineView(this)), m_tabs(new SourceTabs(this)),
       m_scroll(new QScrollArea(this)), m_body(new QWidget), m_senses(new SenseListView(m_body)),
-      m_translation(new TranslationView(m_body)), m_actions(new ActionBar(this)) {
+      m_translation(new TranslationView(m_body)), m_gloss(new GlossView(m_body)),
+      m_actions(new ActionBar(this)) {
     auto* bodyLayout = new QVBoxLayout(m_body);
     bodyLayout->setContentsMargins(0, 0, 0, 0);
     bodyLayout->setSpacing(0);
     bodyLayout->addWidget(m_senses);
     bodyLayout->addWidget(m_translation);
+    bodyLayout->addWidget(m_gloss);
 
     m_scroll->setWidget(m_body);
     m_scroll->setWidgetResizable(true);
@@ -38,6 +41,8 @@ ResultView::ResultView(QWidget* parent)
     layout->addWidget(m_scroll);
     layout->addWidget(m_actions);
 
+    connect(m_gloss, &GlossView::fullTranslationRequested, this,
+            &ResultView::fullTranslationRequested);
     connect(m_tabs, &SourceTabs::currentChanged, this, [this](const QString& id) {
         if (selectTab(id))
             Q_EMIT tabChanged(id);
@@ -58,12 +63,21 @@ void ResultView::setResult(const LookupResult& result, bool starred) {
         return;
     }
     m_senses->hide();
-    m_translation->show();
     m_tabs->hide(); // the footer names the translator; one lone tab would only repeat it
-    // A word keeps its headline; a sentence is its own heading, above the translation.
     m_headline->setHeadline(result.term, result.phonetic);
-    m_headline->setVisible(isWord);
-    m_translation->setTexts(isWord ? QString() : result.term, result.translation);
+    if (result.isGloss()) {
+        // The gloss lays out the English itself, and heads a lone word or phrase itself.
+        m_translation->hide();
+        m_headline->hide();
+        m_gloss->setPieces(result.glossPieces);
+        m_gloss->show();
+    } else {
+        m_gloss->hide();
+        m_translation->show();
+        // A word keeps its headline; a sentence is its own heading, above the translation.
+        m_headline->setVisible(isWord);
+        m_translation->setTexts(isWord ? QString() : result.term, result.translation);
+    }
     m_actions->setSourceName(result.source.name);
     m_scroll->verticalScrollBar()->setValue(0);
 }
@@ -114,6 +128,7 @@ QString ResultView::headlineText() const {
 void ResultView::showSource(const LookupResult::Source& source) {
     m_tabs->show();
     m_translation->hide();
+    m_gloss->hide();
     m_senses->show();
     m_senses->setEntries(source.entries);
     // Each dictionary spells and transcribes the word its own way.

@@ -7,6 +7,7 @@
 #include <QWidget>
 
 class ActionBar;
+class GlossView;
 class HeadlineView;
 class QScrollArea;
 class SenseListView;
@@ -14,7 +15,7 @@ class SourceTabs;
 class TranslationView;
 
 // A lookup result: headline, one tab per dictionary source, the selected source's senses
-// (or the translation) in a scrolling body, and the action row.
+// (or the translation, or the word-by-word gloss) in a scrolling body, and the action row.
 class ResultView : public QWidget {
     Q_OBJECT
 public:
@@ -41,6 +42,8 @@ public:
 Q_SIGNALS:
     // The user picked another tab; the view's height may have changed.
     void tabChanged(const QString& id);
+    // The gloss's way to whole-sentence translations was taken.
+    void fullTranslationRequested();
 
 private:
     void showSource(const LookupResult::Source& source);
@@ -54,5 +57,6 @@ private:
     QWidget* m_body;
     SenseListView* m_senses;
     TranslationView* m_translation;
+    GlossView* m_gloss;
     ActionBar* m_actions;
 };

@@ -52,15 +52,15 @@ TEST_P(NotchPanelLayout, ShortResultsShowWholeWithoutOverlap) {
 }
 
 std::string kindName(const testing::TestParamInfo<LookupResult>& info) {
-    static const char* const names[] = {"Word", "Sentence", "TranslatedWord"};
+    static const char* const names[] = {"Word", "Sentence", "TranslatedWord", "Gloss"};
     return names[info.index];
 }
 
-INSTANTIATE_TEST_SUITE_P(Kinds, NotchPanelLayout,
-                         testing::Values(wordResult(), sentenceResult(),
-                                         LookupResult::translated(u"wtaer"_s, u"水"_s,
-                                                                  u"/ˈwɔːtə/"_s)),
-                         kindName);
+INSTANTIATE_TEST_SUITE_P(
+    Kinds, NotchPanelLayout,
+    testing::Values(wordResult(), sentenceResult(),
+                    LookupResult::translated(u"wtaer"_s, u"水"_s, u"/ˈwɔːtə/"_s), glossResult()),
+    kindName);
 
 TEST(NotchPanelLongContent, ScrollsInsideABoundedPanel) {
     const QString paragraph =

@@ -60,10 +60,45 @@ inline LookupResult sentenceResult() {
     return LookupResult::translated(u"The water is cold."_s, u"水很冷。"_s, std::nullopt);
 }
 
+inline GlossPiece glossed(const QString& text, const QString& headword, const QStringList& senses,
+                          bool isPhrase = false) {
+    return {text, headword, senses, isPhrase};
+}
+
+inline GlossPiece plain(const QString& text) {
+    return {text, {}, {}, false};
+}
+
+// "She made up her mind to look forward to the ice creams." as the gloss engine pieces it.
+inline LookupResult glossResult() {
+    Gloss gloss;
+    gloss.pieces = {glossed(u"She"_s, u"she"_s, {u"她"_s}),
+                    plain(u" "_s),
+                    glossed(u"made up"_s, u"make up"_s, {u"组成"_s, u"编造"_s}, true),
+                    plain(u" "_s),
+                    glossed(u"her"_s, u"her"_s, {u"她的"_s}),
+                    plain(u" "_s),
+                    glossed(u"mind"_s, u"mind"_s, {u"头脑"_s, u"介意"_s}),
+                    plain(u" "_s),
+                    glossed(u"to"_s, u"to"_s, {u"到"_s}),
+                    plain(u" "_s),
+                    glossed(u"look forward to"_s, u"look forward to"_s, {u"期望"_s}, true),
+                    plain(u" "_s),
+                    glossed(u"the"_s, u"the"_s, {u"这"_s}),
+                    plain(u" "_s),
+                    glossed(u"ice creams"_s, u"ice cream"_s, {u"冰淇淋"_s}, true),
+                    plain(u"."_s)};
+    QString text;
+    for (const GlossPiece& piece : gloss.pieces)
+        text += piece.text;
+    return LookupResult::glossed(text, gloss, std::nullopt);
+}
+
 // Every call the panel makes through its actions, in order.
 struct Recorder {
     QStringList copied, spoken, opened, starToggles, sourceRequests, downloads;
     int retries = 0;
+    int translationSettingsOpened = 0;
     bool starred = false;
     QList<LookupResult::Source> sources{bundled(), oxford()};
 
@@ -95,6 +130,9 @@ struct Recorder {
         };
         a.retryLastRejection = [this] {
             ++retries;
+        };
+        a.openTranslationSettings = [this] {
+            ++translationSettingsOpened;
         };
         return a;
     }

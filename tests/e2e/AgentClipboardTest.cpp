@@ -169,12 +169,20 @@ TEST_F(AgentClipboardTest, MissingModelAsksOnceThenSentencesFailWithTheModelMess
     EXPECT_EQ(agent.lines().filter(u"语言包未下载"_s).size(), 1);
 }
 
-TEST_F(AgentClipboardTest, WithoutATranslationServerASentenceEndsInTheModelMessage) {
+TEST_F(AgentClipboardTest, WithoutATranslationServerACopiedSentenceShowsItsGloss) {
+    // The agent's translator points at a closed local port.
     startAgent();
-    copy(u"Nobody is here to translate this."_s);
-    EXPECT_TRUE(Desktop::waitForPanelState(
-        QRegularExpression(u"^Quillet 面板｜failure｜.*整句翻译需要本地翻译模型"_s)))
+    const QString sentence = u"She made up her mind to look forward to the ice creams."_s;
+    copy(sentence);
+    // The log shows the beginning of the sentence and of its gloss.
+    const auto line = agent.waitForLine(startingWith(u"[结果] 逐词释义｜She made up her mind"_s));
+    ASSERT_TRUE(line) << text(agent.lines());
+    EXPECT_TRUE(line->contains(u" She 她；make up one's mind 下决心；"_s)) << line->toStdString();
+    // A result with the gloss as its one source, and no sentence headline.
+    EXPECT_TRUE(Desktop::waitForPanelState(exactly(u"Quillet 面板｜result｜｜gloss｜"_s)))
         << Desktop::panelState().value_or(QString()).toStdString();
+    for (const QString& each : agent.lines())
+        EXPECT_FALSE(each.startsWith(u"[错误]"_s)) << each.toStdString();
 }
 
 TEST_F(AgentClipboardTest, SurvivesTenThousandRandomCopiesWithoutGrowing) {

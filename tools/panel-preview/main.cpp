@@ -66,6 +66,46 @@ LookupResult::Source thesaurus() {
     return {u"stardict:long"_s, u"长词条"_s, u"长词条测试词典"_s, {entry, second}, false};
 }
 
+GlossPiece glossed(const QString& text, const QString& headword, QStringList senses,
+                   bool isPhrase = false) {
+    return {text, headword, std::move(senses), isPhrase};
+}
+
+GlossPiece plain(const QString& text) {
+    return {text, {}, {}, false};
+}
+
+// What the panel shows for a sentence when no translation model runs.
+LookupResult sentenceGloss() {
+    Gloss gloss;
+    gloss.pieces = {glossed(u"She"_s, u"she"_s, {u"她"_s}),
+                    plain(u" "_s),
+                    glossed(u"made up"_s, u"make up"_s, {u"组成"_s, u"编造"_s}, true),
+                    plain(u" "_s),
+                    glossed(u"her"_s, u"her"_s, {u"她的"_s}),
+                    plain(u" "_s),
+                    glossed(u"mind"_s, u"mind"_s, {u"头脑"_s}),
+                    plain(u" "_s),
+                    glossed(u"to"_s, u"to"_s, {u"到"_s}),
+                    plain(u" "_s),
+                    glossed(u"look forward to"_s, u"look forward to"_s, {u"期望"_s}, true),
+                    plain(u" "_s),
+                    glossed(u"the"_s, u"the"_s, {u"这"_s}),
+                    plain(u" "_s),
+                    glossed(u"ice creams"_s, u"ice cream"_s, {u"冰淇淋"_s}, true),
+                    plain(u" at Rosa's, 3 times a week."_s)};
+    QString text;
+    for (const GlossPiece& piece : gloss.pieces)
+        text += piece.text;
+    return LookupResult::glossed(text, gloss, std::nullopt);
+}
+
+LookupResult phraseGloss() {
+    Gloss gloss;
+    gloss.pieces = {glossed(u"give up"_s, u"give up"_s, {u"放弃"_s, u"投降"_s, u"停止"_s}, true)};
+    return LookupResult::glossed(u"give up"_s, gloss, std::nullopt);
+}
+
 class Renderer {
 public:
     explicit Renderer(QDir output) : m_output(std::move(output)) {}
@@ -160,6 +200,10 @@ int main(int argc, char** argv) {
                                         u"平静的湖水映出了傍晚的天空。"_s, std::nullopt),
                true);
     ok &= renderer.save(window, u"sentence"_s);
+    panel.show(sentenceGloss(), true);
+    ok &= renderer.save(window, u"sentence-gloss"_s);
+    panel.show(phraseGloss(), true);
+    ok &= renderer.save(window, u"phrase-gloss"_s);
 
     panel.showFailure(u"词典和翻译里都没有「wtaer」。"_s, true);
     ok &= renderer.save(window, u"failure"_s);
