@@ -15,7 +15,8 @@ QCoro::Task<TranslationOutcome> GlossTranslationEngine::translate(QString text,
     auto promise = std::make_shared<QPromise<Gloss>>();
     QFuture<Gloss> future = promise->future();
     promise->start();
-    // The glosser and its sources outlive every lookup: they belong to the process.
+    // The worker holds a copy of the glosser, which only refers to its sources: those must
+    // outlive any lookup in flight (the programs' are the process's own).
     QThreadPool::globalInstance()->start([promise, glosser = m_glosser, text] {
         promise->addResult(glosser.gloss(text));
         promise->finish();

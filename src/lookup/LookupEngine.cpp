@@ -168,10 +168,10 @@ QCoro::Task<LookupOutcome> LookupEngine::lookup(QString text, CancellationToken 
     if (token.isCancelled() || std::holds_alternative<Cancelled>(translated))
         co_return Cancelled{};
     if (const auto* gloss = std::get_if<Gloss>(&translated)) {
-        // A word no dictionary knows is not known word by word either.
         if (gloss->glossedCount() > 0)
             co_return LookupResult::glossed(term, *gloss,
                                             kind == QueryKind::word ? phonetic : std::nullopt);
+        // Nothing glossed: a word is unknown everywhere; a sentence still needs a translator.
         if (kind == QueryKind::word)
             co_return LookupError::notFound(term);
     }
