@@ -345,12 +345,30 @@ QList<std::pair<QByteArray, const Value*>> sortedByKey(const QHash<QString, Valu
     return sorted;
 }
 
-void bindText(sqlite3_stmt* statement, int index, const QByteArray& text) {
+void bindText(sqlite3_stmt* statement, int index, const QByteArray& text,
+              sqlite3_destructor_type lifetime = SQLITE_STATIC) {
     if (text.isEmpty())
         sqlite3_bind_null(statement, index);
     else
         sqlite3_bind_text(statement, index, text.constData(), static_cast<int>(text.size()),
-                          SQLITE_STATIC);
+                          lifetime);
+}
+
+// One row per key, in key order: the key at parameter 1, the rest bound by `bindRest`.
+template <typename Value, typename BindRest>
+bool insertAll(const Database& db, const char* sql,
+               const QList<std::pair<QByteArray, const Value*>>& rows, BindRest bindRest) {
+    Statement insert(db.get(), sql);
+    if (!insert)
+        return false;
+    for (const auto& [key, value] : rows) {
+        bindText(insert.get(), 1, key);
+        bindRest(insert.get(), *value);
+        if (sqlite3_step(insert.get()) != SQLITE_DONE)
+            return false;
+        sqlite3_reset(insert.get());
+    }
+    return true;
 }
 
 std::optional<Failure> write(const QString& path, const Source& source,
@@ -369,45 +387,22 @@ std::optional<Failure> write(const QString& path, const Source& source,
                  "CREATE TABLE phrases(phrase TEXT PRIMARY KEY, translation TEXT) "
                  "WITHOUT ROWID;"))
         return failed();
-    {
-        Statement insert(db.get(), "INSERT INTO words VALUES (?, ?, ?, ?)");
-        if (!insert)
-            return failed();
-        for (const auto& [key, row] : sortedByKey(source.words)) {
-            bindText(insert.get(), 1, key);
-            bindText(insert.get(), 2, row->phonetic);
-            bindText(insert.get(), 3, row->translation);
-            bindText(insert.get(), 4, row->pos);
-            if (sqlite3_step(insert.get()) != SQLITE_DONE)
-                return failed();
-            sqlite3_reset(insert.get());
-        }
-    }
-    {
-        Statement insert(db.get(), "INSERT INTO forms VALUES (?, ?)");
-        if (!insert)
-            return failed();
-        for (const auto& [key, claim] : sortedByKey(forms)) {
-            const QByteArray lemma = claim->lemma.toUtf8();
-            bindText(insert.get(), 1, key);
-            bindText(insert.get(), 2, lemma);
-            if (sqlite3_step(insert.get()) != SQLITE_DONE)
-                return failed();
-            sqlite3_reset(insert.get());
-        }
-    }
-    {
-        Statement insert(db.get(), "INSERT INTO phrases VALUES (?, ?)");
-        if (!insert)
-            return failed();
-        for (const auto& [key, row] : sortedByKey(source.phrases)) {
-            bindText(insert.get(), 1, key);
-            bindText(insert.get(), 2, row->translation);
-            if (sqlite3_step(insert.get()) != SQLITE_DONE)
-                return failed();
-            sqlite3_reset(insert.get());
-        }
-    }
+    const bool written =
+        insertAll(db, "INSERT INTO words VALUES (?, ?, ?, ?)", sortedByKey(source.words),
+                  [](sqlite3_stmt* insert, const WordRow& row) {
+                      bindText(insert, 2, row.phonetic);
+                      bindText(insert, 3, row.translation);
+                      bindText(insert, 4, row.pos);
+                  }) &&
+        insertAll(db, "INSERT INTO forms VALUES (?, ?)", sortedByKey(forms),
+                  [](sqlite3_stmt* insert, const FormClaim& claim) {
+                      bindText(insert, 2, claim.lemma.toUtf8(), SQLITE_TRANSIENT);
+                  }) &&
+        insertAll(
+            db, "INSERT INTO phrases VALUES (?, ?)", sortedByKey(source.phrases),
+            [](sqlite3_stmt* insert, const WordRow& row) { bindText(insert, 2, row.translation); });
+    if (!written)
+        return failed();
     if (!db.exec("COMMIT;"))
         return failed();
     db.close();
