@@ -17,6 +17,11 @@ bool isArticle(const QString& headword) {
 
 } // namespace
 
+QString GlossPiece::name() const {
+    const QString written = text.simplified();
+    return written.toLower() == headword ? written : headword;
+}
+
 qsizetype Gloss::glossedCount() const {
     return std::count_if(pieces.begin(), pieces.end(),
                          [](const GlossPiece& piece) { return piece.isGlossed(); });
@@ -33,9 +38,7 @@ QString Gloss::line() const {
             continue;
         named.insert(piece.headword);
         const QStringList senses = piece.senses.mid(0, lone ? kSensesOfALonePiece : 1);
-        // "I", not "i": the text's own spelling when it is the headword.
-        const QString name = piece.text.toLower() == piece.headword ? piece.text : piece.headword;
-        parts.append(name + u' ' + senses.join(u"，"_s));
+        parts.append(piece.name() + u' ' + senses.join(u"，"_s));
     }
     return parts.join(u"；"_s);
 }

@@ -14,6 +14,9 @@ struct GlossPiece {
     bool isPhrase = false;
 
     bool isGlossed() const { return !senses.isEmpty(); }
+    // What to call it: the text's own spelling when that is the headword ("I", not "i"),
+    // else the headword ("give up" for "gave up").
+    QString name() const;
     bool operator==(const GlossPiece&) const = default;
 };
 

@@ -165,25 +165,25 @@ QStringList cleanSenses(const QStringList& senses) {
 
 // A phrase's Chinese: its first general line; lines led by a subject tag ("[计]") only when
 // there is nothing else.
+QStringList lineSenses(QStringView line) {
+    return cleanSenses(
+        BundledEntryBuilder::splitSenses(BundledEntryBuilder::splitPartOfSpeech(line).rest));
+}
+
 QStringList phraseSenses(const QString& translation) {
-    std::optional<QString> chosen;
+    std::optional<QString> first;
     for (const QString& line : translation.split(u'\n')) {
         const QString trimmed = UnicodeText::trimmed(line);
         if (trimmed.isEmpty())
             continue;
         if (!trimmed.startsWith(u'[')) {
-            const QStringList senses = cleanSenses(BundledEntryBuilder::splitSenses(
-                BundledEntryBuilder::splitPartOfSpeech(trimmed).rest));
-            if (!senses.isEmpty())
+            if (QStringList senses = lineSenses(trimmed); !senses.isEmpty())
                 return senses;
         }
-        if (!chosen)
-            chosen = trimmed;
+        if (!first)
+            first = trimmed;
     }
-    if (!chosen)
-        return {};
-    return cleanSenses(
-        BundledEntryBuilder::splitSenses(BundledEntryBuilder::splitPartOfSpeech(*chosen).rest));
+    return first ? lineSenses(*first) : QStringList();
 }
 
 class Reading {

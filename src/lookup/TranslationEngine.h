@@ -15,6 +15,9 @@ enum class TranslationAssetStatus : int {
     unsupported = 4,
 };
 
+// The state in a few words, as the settings and the command line show it.
+QString assetStatusWords(TranslationAssetStatus status);
+
 struct TranslationFailure {
     QString message; // shown or logged as it stands
 };

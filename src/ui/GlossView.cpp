@@ -107,9 +107,7 @@ void GlossView::showEntry(const QList<GlossPiece>& pieces, const GlossPiece& pie
     }
     m_original->setText(original.simplified());
     m_original->setVisible(more);
-    // The text's own spelling ("I") when it is the dictionary's form, else that form.
-    const QString text = piece.text.simplified();
-    m_headword->setText(text.toLower() == piece.headword ? text : piece.headword);
+    m_headword->setText(piece.name());
     m_headword->show();
     m_senses->setText(sensesHtml(piece.senses.mid(0, kEntrySenses)));
     m_senses->show();

@@ -163,20 +163,18 @@ void TranslationStatusView::render() {
         hint = u"下载在后台进行，可以先关掉这个窗口。"_s;
         break;
     case Activity::idle:
+        state = assetStatusWords(status);
         switch (status) {
         case TranslationAssetStatus::installed:
-            state = u"已就绪"_s;
             hint = u"句子由模型「%1」整句翻译。"_s.arg(model);
             break;
         case TranslationAssetStatus::supportedNotDownloaded:
-            state = u"模型未下载"_s;
             hint =
                 ollama
                     ? u"服务已连上，但还没有模型「%1」。下载一次即可，视网速要几分钟。"_s.arg(model)
                     : u"服务已连上，但没有模型「%1」，请在服务端载入它。"_s.arg(model);
             break;
         case TranslationAssetStatus::unsupported:
-            state = u"连不上翻译服务"_s;
             hint = ollama ? u"请先启动 Ollama（在终端运行 ollama serve），再点「重新检查」。"_s
                           : u"请先启动翻译服务，并确认地址和服务类型无误，再点「重新检查」。"_s;
             break;

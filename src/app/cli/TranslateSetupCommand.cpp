@@ -18,18 +18,6 @@ using namespace Qt::StringLiterals;
 namespace TranslateSetupCommand {
 namespace {
 
-QString stateWords(TranslationAssetStatus status) {
-    switch (status) {
-    case TranslationAssetStatus::installed:
-        return u"已就绪"_s;
-    case TranslationAssetStatus::supportedNotDownloaded:
-        return u"模型未下载"_s;
-    case TranslationAssetStatus::unsupported:
-        break;
-    }
-    return u"连不上翻译服务"_s;
-}
-
 // A bar redrawn in place on a terminal; in a pipe or a file, one line per tenth instead of
 // a stream of carriage returns.
 class ProgressDisplay {
@@ -83,7 +71,7 @@ int run(const QStringList& arguments) {
         TranslationEngineFactory::create(TranslationSettings::shared(), EventLog::shared());
     QCoro::waitFor(engine->refreshAssetStatus());
     const TranslationAssetStatus status = engine->assetStatus();
-    Output::line(stdout, u"状态："_s + stateWords(status));
+    Output::line(stdout, u"状态："_s + assetStatusWords(status));
     if (status == TranslationAssetStatus::installed)
         return CommandLine::success;
     if (status == TranslationAssetStatus::unsupported) {
@@ -103,7 +91,7 @@ int run(const QStringList& arguments) {
         Output::line(stderr, u"未能准备模型："_s + failure->message);
         return CommandLine::failed;
     }
-    Output::line(stdout, u"状态："_s + stateWords(engine->assetStatus()));
+    Output::line(stdout, u"状态："_s + assetStatusWords(engine->assetStatus()));
     return engine->assetStatus() == TranslationAssetStatus::installed ? CommandLine::success
                                                                       : CommandLine::failed;
 }
