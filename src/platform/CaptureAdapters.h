@@ -1,0 +1,31 @@
+#pragma once
+
+#include <memory>
+
+class AccessibleSelectionReader;
+class ClipboardSnapshots;
+class FrontmostApplication;
+class GlobalHotKeys;
+class GlobalPointerEvents;
+class KeySynthesizer;
+class PrimarySelection;
+class SystemPermissions;
+
+// This OS's adapters for text capture. Needs the GUI application object; main thread only.
+struct CaptureAdapters {
+    std::unique_ptr<GlobalPointerEvents> pointer;
+    std::unique_ptr<GlobalHotKeys> hotKeys;
+    std::unique_ptr<FrontmostApplication> frontmost;
+    std::unique_ptr<KeySynthesizer> keys;
+    std::unique_ptr<PrimarySelection> primary;
+    std::unique_ptr<ClipboardSnapshots> snapshots;
+    std::unique_ptr<AccessibleSelectionReader> accessible;
+    std::unique_ptr<SystemPermissions> permissions;
+
+    CaptureAdapters();
+    CaptureAdapters(CaptureAdapters&&) noexcept;
+    CaptureAdapters& operator=(CaptureAdapters&&) noexcept;
+    ~CaptureAdapters();
+};
+
+CaptureAdapters makeCaptureAdapters();
