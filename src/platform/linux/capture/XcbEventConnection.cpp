@@ -35,7 +35,7 @@ XcbEventConnection::~XcbEventConnection() {
         xcb_disconnect(m_connection);
 }
 
-unsigned int XcbEventConnection::root() const {
+xcb_window_t XcbEventConnection::root() const {
     return m_screen ? m_screen->root : 0;
 }
 

@@ -3,10 +3,9 @@
 #include <QObject>
 #include <functional>
 #include <memory>
+#include <vector>
+#include <xcb/xcb.h>
 
-struct xcb_connection_t;
-struct xcb_generic_event_t;
-struct xcb_screen_t;
 class QSocketNotifier;
 
 // An X connection of the program's own, apart from the toolkit's, for the capture adapters:
@@ -26,7 +25,7 @@ public:
     bool isValid() const { return m_connection != nullptr; }
     xcb_connection_t* connection() const { return m_connection; }
     xcb_screen_t* screen() const { return m_screen; }
-    unsigned int root() const;
+    xcb_window_t root() const;
 
     // Returns an id for removeListener.
     int addListener(Listener listener);
