@@ -4,19 +4,25 @@
 
 namespace {
 
+// The QTimer outlives this handle until the event loop deletes it, so a callback that drops
+// its own timer does not delete the object still emitting its timeout.
 class EventLoopTimer final : public TimerSource::Timer {
 public:
     EventLoopTimer(std::chrono::milliseconds delay, std::function<void()> callback)
-        : m_callback(std::move(callback)) {
-        m_timer.setSingleShot(true);
-        m_timer.setTimerType(Qt::PreciseTimer);
-        QObject::connect(&m_timer, &QTimer::timeout, [this] { m_callback(); });
-        m_timer.start(delay);
+        : m_timer(new QTimer) {
+        m_timer->setSingleShot(true);
+        m_timer->setTimerType(Qt::PreciseTimer);
+        QObject::connect(m_timer, &QTimer::timeout, m_timer,
+                         [callback = std::move(callback)] { callback(); });
+        m_timer->start(delay);
+    }
+    ~EventLoopTimer() override {
+        m_timer->stop();
+        m_timer->deleteLater();
     }
 
 private:
-    std::function<void()> m_callback;
-    QTimer m_timer;
+    QTimer* m_timer;
 };
 
 class EventLoopTimers final : public TimerSource {

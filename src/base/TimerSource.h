@@ -17,7 +17,8 @@ public:
     virtual ~TimerSource() = default;
 
     // Calls `callback` once, on the calling thread, `delay` from now, unless the returned
-    // timer is dropped first. The callback must not drop its own timer.
+    // timer is dropped first. The callback may drop its own timer (a coroutine resumed from
+    // it ends the wait that holds the timer).
     [[nodiscard]] virtual std::unique_ptr<Timer> start(std::chrono::milliseconds delay,
                                                        std::function<void()> callback) = 0;
 

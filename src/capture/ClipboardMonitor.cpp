@@ -1,5 +1,6 @@
 #include "capture/ClipboardMonitor.h"
 
+#include "capture/ConcealedContent.h"
 #include "platform/MemoryHygiene.h"
 #include "platform/Pasteboard.h"
 
@@ -11,11 +12,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// Types password managers declare: the macOS convention (some Linux programs offer it too),
-// and on Linux the hint KeePassXC sets and KDE's clipboard history honours.
-const QString kConcealedType = u"org.nspasteboard.ConcealedType"_s;
-const QString kTransientType = u"org.nspasteboard.TransientType"_s;
-const QString kPasswordManagerHint = u"x-kde-passwordManagerHint"_s;
 // Set on content that arrived from another device (macOS only).
 const QString kRemoteType = u"com.apple.is-remote-clipboard"_s;
 
@@ -23,13 +19,6 @@ const QString kRemoteType = u"com.apple.is-remote-clipboard"_s;
 // (where the system announces a new owner asynchronously); two quiet polls mean none is
 // coming, so a later copy of the same text by the user counts again.
 constexpr int kOwnWriteQuietPolls = 2;
-
-bool isConcealed(const Pasteboard& pasteboard, const QStringList& types) {
-    if (types.contains(kConcealedType) || types.contains(kTransientType))
-        return true;
-    return types.contains(kPasswordManagerHint) &&
-           pasteboard.data(kPasswordManagerHint).trimmed() == "secret"_ba;
-}
 
 } // namespace
 
@@ -109,7 +98,8 @@ void ClipboardMonitor::takeChange(qint64 count) {
     if (ownWrite && *text == ownWrite->text)
         return; // the late notice of our own write
     const QStringList types = m_pasteboard.types();
-    onChange(ClipboardChange{*text, isConcealed(m_pasteboard, types), types.contains(kRemoteType)});
+    onChange(ClipboardChange{*text, isConcealedContent(m_pasteboard, types),
+                             types.contains(kRemoteType)});
 }
 
 void ClipboardMonitor::writeText(const QString& text) {

@@ -1,6 +1,10 @@
 #include "core/AppCore.h"
 
 #include "base/UnicodeText.h"
+#include "capture/AccessibilityAuthorization.h"
+#include "capture/HotKeyCenter.h"
+#include "capture/SelectionCoordinator.h"
+#include "capture/SelectionMonitor.h"
 #include "core/LookupPresenter.h"
 #include "filter/TextFilter.h"
 #include "logs/EventLog.h"
@@ -40,7 +44,9 @@ QString AppCore::clipboardFeature() {
 
 AppCore::AppCore(Dependencies dependencies, QObject* parent)
     : QObject(parent), m_deps(std::move(dependencies)),
-      m_clipboard(m_deps.pasteboard, std::chrono::milliseconds(m_deps.clipboardPollMs)) {}
+      m_clipboard(m_deps.pasteboard, std::chrono::milliseconds(m_deps.clipboardPollMs)) {
+    makeCaptureSources();
+}
 
 AppCore::~AppCore() {
     if (m_inFlight)
@@ -55,6 +61,7 @@ void AppCore::start() {
         handleClipboard(change);
     };
     wirePresenterActions();
+    wireCaptureSources();
     connect(&m_deps.triggers, &TriggerSettings::changed, this, [this] { applyRunState(); });
     m_deps.log.append(EventLog::Kind::trigger, u"Quillet 已启动"_s);
     if (m_deps.wordDatabaseMissing)
@@ -107,6 +114,7 @@ void AppCore::applyRunState() {
         m_clipboard.start();
     else if (!clipboardRuns && m_clipboard.isRunning())
         m_clipboard.pause();
+    applyCaptureRunState();
 }
 
 void AppCore::setSystemPaused(bool paused) {
@@ -173,16 +181,21 @@ bool AppCore::passesOnDemandFilter(const QString& text, bool isConcealed, const 
         .text = text, .channel = CaptureFilter::Channel::onDemand, .isConcealed = isConcealed};
     if (const std::optional<CaptureFilter::Refusal> refusal = filter(capture)) {
         refuse(feature, *refusal, text);
-        // Only a text that was kept can be looked up anyway.
-        const QString userFacing = RejectReasons::userFacing(refusal->reason);
-        if (m_lastRejection && m_lastRejection->text)
-            m_deps.presenter.showRefusal(userFacing);
-        else
-            m_deps.presenter.showNotice(userFacing);
+        showOnDemandRefusal(*refusal, text);
         return false;
     }
     m_lastQuery = PreviousQuery{.text = UnicodeText::trimmed(text), .date = m_deps.now()};
     return true;
+}
+
+void AppCore::showOnDemandRefusal(const CaptureFilter::Refusal& refusal, const QString& text) {
+    note(refusal, text);
+    // Only a text that was kept can be looked up anyway.
+    const QString userFacing = RejectReasons::userFacing(refusal.reason);
+    if (m_lastRejection && m_lastRejection->text)
+        m_deps.presenter.showRefusal(userFacing);
+    else
+        m_deps.presenter.showNotice(userFacing);
 }
 
 void AppCore::retryLastRejection() {

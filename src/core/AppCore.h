@@ -1,7 +1,10 @@
 #pragma once
 
 #include "base/Cancellation.h"
+#include "base/TimerSource.h"
 #include "capture/ClipboardMonitor.h"
+#include "capture/PermissionCenter.h"
+#include "core/OnDemandFailure.h"
 #include "filter/CaptureFilter.h"
 #include "filter/RejectReason.h"
 #include "lookup/LookupEngine.h"
@@ -14,8 +17,14 @@
 #include <functional>
 #include <optional>
 
+class AccessibilityAuthorization;
+class DefaultsStore;
 class EventLog;
 class FilterPreferences;
+class HotKeyCenter;
+class SelectionCoordinator;
+class SelectionMonitor;
+struct CaptureAdapters;
 class LookupPresenter;
 class Pasteboard;
 class Preferences;
@@ -58,6 +67,13 @@ public:
         };
         bool wordDatabaseMissing = false;
         int clipboardPollMs = 400;
+        // This OS's capture adapters: without them only copies are looked up.
+        const CaptureAdapters* capture = nullptr;
+        // Where the permission center remembers which grants it asked for.
+        DefaultsStore* store = nullptr;
+        TimerSource* timers = &TimerSource::system();
+        // The selection of the program's own window in front, for the hot key.
+        std::function<std::optional<QString>()> copyFromOwnWindow;
     };
 
     explicit AppCore(Dependencies dependencies, QObject* parent = nullptr);
@@ -70,6 +86,13 @@ public:
     // Selection, region and hover text: the full filter, a refusal shown as a notice.
     bool passesOnDemandFilter(const QString& text, bool isConcealed, const QString& feature);
     void retryLastRejection();
+    // The hot key: reads the current selection and looks it up.
+    QCoro::Task<void> lookupSelection();
+    void reportOnDemandFailure(OnDemandFailure failure);
+    // A grant that went away turns off what needs it, until it comes back.
+    void checkAccessibilityStillGranted();
+    // Binds the lookup hot key as the settings and the run state want it.
+    void rebindHotKey();
     void copyToClipboard(const QString& text);
     void openInDictionary(const QString& word);
     // Starts or stops the sources the settings and the system state allow.
@@ -85,10 +108,18 @@ public:
     const std::optional<Rejection>& lastRejection() const { return m_lastRejection; }
     const std::optional<QString>& pendingWord() const { return m_pendingWord; }
     ClipboardMonitor& clipboard() { return m_clipboard; }
+    // Nothing without capture adapters.
+    SelectionCoordinator* selection() { return m_selection.get(); }
+    SelectionMonitor* selectionMonitor() { return m_selectionMonitor.get(); }
+    HotKeyCenter* hotKeys() { return m_hotKeys.get(); }
+    PermissionCenter* permissions() { return m_permissions.get(); }
+    AccessibilityAuthorization* accessibility() { return m_accessibility.get(); }
     bool isLookupInFlight() const { return m_inFlight.has_value(); }
 
-    // The feature name of copied text in event-log lines.
+    // The feature names of copied, selected and hot-key text in event-log lines.
     static QString clipboardFeature();
+    static QString selectionFeature();
+    static QString hotKeyFeature();
 
 Q_SIGNALS:
     void lastRejectionChanged();
@@ -110,6 +141,12 @@ private:
     void note(const CaptureFilter::Refusal& refusal, const QString& text);
     void collapseIfStillLoading(const QString& query);
     void wirePresenterActions();
+    void makeCaptureSources();
+    void wireCaptureSources();
+    // Shows a refused selection: a notice, with "look it up anyway" when the text was kept.
+    void showOnDemandRefusal(const CaptureFilter::Refusal& refusal, const QString& text);
+    bool accessibilityGranted() const;
+    void applyCaptureRunState();
 
     Dependencies m_deps;
     ClipboardMonitor m_clipboard;
@@ -127,4 +164,13 @@ private:
     };
     std::optional<WaitingSentence> m_sentenceAwaitingStatus;
     bool m_started = false;
+
+    std::unique_ptr<AccessibilityAuthorization> m_accessibility;
+    std::unique_ptr<PermissionCenter> m_permissions;
+    std::unique_ptr<SelectionCoordinator> m_selection;
+    std::unique_ptr<SelectionMonitor> m_selectionMonitor;
+    std::unique_ptr<HotKeyCenter> m_hotKeys;
+    // What the lookup slot is bound to now (nothing while unbound).
+    std::optional<HotKeySpec> m_boundHotKey;
+    bool m_hotKeyBindAttempted = false;
 };

@@ -9,4 +9,10 @@ namespace PlatformTexts {
 // are missing.
 QString translationAssetsMissing();
 
+// Added to the text shown while a feature waits for the accessibility grant: what the user
+// should know about how this OS gives it (empty where there is nothing to add).
+QString accessibilityGrantNote();
+// Where the grant is given, for the event log when no settings pane can be opened.
+QString permissionSettingsHint(bool accessibility);
+
 } // namespace PlatformTexts

@@ -8,4 +8,14 @@ QString translationAssetsMissing() {
     return u"整句翻译需要本地翻译模型，可在「设置 › 词典与翻译」下载。"_s;
 }
 
+QString accessibilityGrantNote() {
+    return u"桌面的辅助功能已打开；在此之前启动的应用要重新启动后才能读取选中的文字。"_s;
+}
+
+QString permissionSettingsHint(bool accessibility) {
+    return accessibility
+               ? u"权限｜辅助功能由桌面的辅助功能开关控制（GNOME：设置 › 辅助功能；也可运行 gsettings set org.gnome.desktop.interface toolkit-accessibility true）"_s
+               : u"权限｜X11 桌面无需屏幕录制授权"_s;
+}
+
 } // namespace PlatformTexts

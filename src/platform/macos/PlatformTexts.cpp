@@ -8,4 +8,14 @@ QString translationAssetsMissing() {
     return u"整句翻译需要 macOS 语言包，可在「设置 › 词典与翻译」下载。"_s;
 }
 
+QString accessibilityGrantNote() {
+    return {};
+}
+
+// The system settings pane always opens on macOS; this is the fallback's wording.
+QString permissionSettingsHint(bool accessibility) {
+    return accessibility ? u"权限｜在「系统设置 › 隐私与安全性 › 辅助功能」中授权"_s
+                         : u"权限｜在「系统设置 › 隐私与安全性 › 屏幕录制」中授权"_s;
+}
+
 } // namespace PlatformTexts
