@@ -12,7 +12,8 @@ public:
     QCoro::Task<Outcome> read(std::chrono::milliseconds limit) override {
         ++m_reads;
         m_lastLimit = limit;
-        co_return outcome;
+        // A copy: QCoro moves from what it is handed.
+        co_return Outcome(outcome);
     }
     int reads() const { return m_reads; }
     std::chrono::milliseconds lastLimit() const { return m_lastLimit; }

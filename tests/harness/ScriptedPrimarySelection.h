@@ -20,7 +20,7 @@ public:
     }
     QCoro::Task<std::optional<QString>> read(std::chrono::milliseconds) override {
         ++m_reads;
-        co_return m_text;
+        co_return std::optional<QString>(m_text);
     }
     int reads() const { return m_reads; }
 
