@@ -83,7 +83,9 @@ protected:
 
     // The application puts its selection on the clipboard when it is asked to copy.
     void copiesOnRequest(const QString& selection) {
-        keys.onCopy = [this, selection] { pasteboard.copyText(selection); };
+        keys.onCopy = [this, selection] {
+            pasteboard.copyText(selection);
+        };
     }
     // A selection gesture ends now, and the capture runs to its end.
     void gesture() {
@@ -323,7 +325,8 @@ TEST_F(SelectionCoordinatorTest, AMissingGrantStartsWatchingForIt) {
     accessible.select(u"words"_s);
     gesture();
     EXPECT_EQ(accessible.reads(), 0);
-    EXPECT_EQ(calls.last(), u"notice:辅助功能授权已失效，划词无法取词。到「设置 › 通用」重新授权"_s);
+    EXPECT_EQ(calls.last(),
+              u"notice:辅助功能授权已失效，划词无法取词。到「设置 › 通用」重新授权"_s);
     EXPECT_TRUE(authorization.isPolling());
 
     permissions.set(Kind::accessibility, true);
