@@ -13,6 +13,8 @@ class SystemPermissions;
 
 // This OS's adapters for text capture. Needs the GUI application object; main thread only.
 struct CaptureAdapters {
+    // What the adapters share (a window-system connection); outlives them.
+    std::shared_ptr<void> shared;
     std::unique_ptr<GlobalPointerEvents> pointer;
     std::unique_ptr<GlobalHotKeys> hotKeys;
     std::unique_ptr<FrontmostApplication> frontmost;
