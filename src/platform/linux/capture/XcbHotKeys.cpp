@@ -82,23 +82,28 @@ int XcbHotKeys::add(quint32 signature, quint32 id, quint32 keyCode, quint32 modi
         return kNoSuchKey;
     const Binding binding{signature, id, xcb_keycode_t(*xKey), xModifiers(modifiers)};
 
-    auto previous = std::find_if(m_bindings.begin(), m_bindings.end(),
-                                 [id](const Binding& b) { return b.id == id; });
-    const bool sameKeys = previous != m_bindings.end() && previous->key == binding.key &&
-                          previous->modifiers == binding.modifiers;
-    if (!sameKeys) {
-        if (const int status = grab(binding.key, binding.modifiers))
-            return status;
-        if (previous != m_bindings.end()) {
-            const Binding old = *previous;
-            m_bindings.erase(previous);
-            if (!heldByOtherBinding(old))
-                ungrab(old.key, old.modifiers);
-        }
-        m_bindings.push_back(binding);
-    } else {
-        *previous = binding;
+    auto previous = m_bindings.end();
+    for (auto it = m_bindings.begin(); it != m_bindings.end(); ++it) {
+        if (it->id == id)
+            previous = it;
+        // The server would grant this client the same keys twice; one press cannot mean two
+        // actions, so this refuses as another client holding them would be refused.
+        else if (it->key == binding.key && it->modifiers == binding.modifiers)
+            return XCB_ACCESS;
     }
+    if (previous != m_bindings.end() && previous->key == binding.key &&
+        previous->modifiers == binding.modifiers) {
+        previous->signature = signature;
+        return 0;
+    }
+    if (const int status = grab(binding.key, binding.modifiers))
+        return status; // the binding before, if any, stays
+    if (previous != m_bindings.end()) {
+        const Binding old = *previous;
+        m_bindings.erase(previous);
+        ungrab(old.key, old.modifiers);
+    }
+    m_bindings.push_back(binding);
     return 0;
 }
 
@@ -111,15 +116,8 @@ void XcbHotKeys::remove(quint32 id) {
     m_bindings.erase(it);
     if (m_heldKey == old.key)
         m_heldKey = 0;
-    if (!heldByOtherBinding(old) && m_connection && m_connection->isValid())
+    if (m_connection && m_connection->isValid())
         ungrab(old.key, old.modifiers);
-}
-
-bool XcbHotKeys::heldByOtherBinding(const Binding& binding) const {
-    // The server keeps one grab per combination and client, however often it was asked for.
-    return std::any_of(m_bindings.begin(), m_bindings.end(), [&](const Binding& b) {
-        return b.key == binding.key && b.modifiers == binding.modifiers;
-    });
 }
 
 int XcbHotKeys::grab(xcb_keycode_t key, quint16 modifiers) {

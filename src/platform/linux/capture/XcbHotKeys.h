@@ -36,7 +36,6 @@ private:
     std::vector<quint16> lockVariants() const;
     int grab(xcb_keycode_t key, quint16 modifiers);
     void ungrab(xcb_keycode_t key, quint16 modifiers);
-    bool heldByOtherBinding(const Binding& binding) const;
 
     QPointer<XcbEventConnection> m_connection;
     PressHandler m_handler;
