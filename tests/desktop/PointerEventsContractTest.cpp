@@ -10,8 +10,11 @@
 #include "platform/linux/capture/XInputPointerEvents.h"
 
 #include <QTest>
+#include <functional>
 #include <gtest/gtest.h>
 #include <vector>
+
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -21,7 +24,7 @@ using Kind = Event::Kind;
 struct Scripted {
     ScriptedPointerEvents events;
 
-    bool dragAcross(QPoint from, QPoint to) {
+    bool dragAcross(QPoint from, QPoint to, const std::function<bool()>&) {
         events.dragAcross(from, to);
         return true;
     }
@@ -41,20 +44,28 @@ QStringList at(QPoint p) {
     return {QStringLiteral("mousemove"), QString::number(p.x()), QString::number(p.y())};
 }
 
+QStringList nudge(int step) {
+    return {u"mousemove_relative"_s, u"--"_s, QString::number(step), QString::number(step)};
+}
+
 struct Desktop {
     XcbEventConnection connection;
     XInputPointerEvents events{
         connection,
         {.doubleClickIntervalMs = 400, .doubleClickDistance = 5, .ignoreSyntheticDevices = false}};
 
-    bool dragAcross(QPoint from, QPoint to) {
-        const QPoint middle = (from + to) / 2;
-        return xdotool(at(from) + QStringList{"mousedown", "1"} + at(middle) + at(to) +
-                       QStringList{"mouseup", "1"});
+    // The pointer is asked where it is when the press is read, so the press is read before
+    // the pointer moves on, as it is when a hand moves it. xdotool's absolute moves warp the
+    // pointer, which makes no raw motion; its relative moves go through the device, as a
+    // mouse's do, and the warp after them puts the pointer exactly where the drag ends.
+    bool dragAcross(QPoint from, QPoint to, const std::function<bool()>& pressed) {
+        return xdotool(at(from) + QStringList{u"mousedown"_s, u"1"_s}) && pressed() &&
+               xdotool(nudge(2) + nudge(2) + at(to) + QStringList{u"mouseup"_s, u"1"_s});
     }
-    bool click(QPoint p) { return xdotool(at(p) + QStringList{"click", "1"}); }
+    bool click(QPoint p) { return xdotool(at(p) + QStringList{u"click"_s, u"1"_s}); }
     bool doubleClick(QPoint p) {
-        return xdotool(at(p) + QStringList{"click", "--repeat", "2", "--delay", "60", "1"});
+        return xdotool(
+            at(p) + QStringList{u"click"_s, u"--repeat"_s, u"2"_s, u"--delay"_s, u"60"_s, u"1"_s});
     }
     void settle() { ::settle(connection); }
 };
@@ -100,7 +111,10 @@ TYPED_TEST_SUITE(PointerEventsContract, Benches, BenchNames);
 } // namespace
 
 TYPED_TEST(PointerEventsContract, aDragGoesDownWhereItStartsAndUpWhereItEnds) {
-    ASSERT_TRUE(this->bench.dragAcross({200, 200}, {320, 240}));
+    const auto pressed = [this] {
+        return QTest::qWaitFor([&] { return !this->seen.empty(); }, 5000);
+    };
+    ASSERT_TRUE(this->bench.dragAcross({200, 200}, {320, 240}, pressed));
     ASSERT_TRUE(this->released(1));
 
     ASSERT_EQ(this->kinds(), (std::vector{Kind::press, Kind::drag, Kind::release}));
@@ -156,8 +170,8 @@ TEST(XInputPointerEvents, syntheticInputIsIgnoredUnlessAskedFor) {
     ASSERT_TRUE(filtered.start([&](const Event& e) { filteredSeen.push_back(e); }));
     ASSERT_TRUE(plain.start([&](const Event& e) { plainSeen.push_back(e); }));
 
-    ASSERT_TRUE(xdotool(at({500, 500}) + QStringList{"mousedown", "1"} + at({560, 520}) +
-                        QStringList{"mouseup", "1"}));
+    ASSERT_TRUE(xdotool(at({500, 500}) + QStringList{u"mousedown"_s, u"1"_s} + at({560, 520}) +
+                        QStringList{u"mouseup"_s, u"1"_s}));
     ASSERT_TRUE(QTest::qWaitFor(
         [&] { return !plainSeen.empty() && plainSeen.back().kind == Kind::release; }, 5000));
     settle(filteredConnection);
@@ -169,8 +183,8 @@ TEST(XInputPointerEvents, otherButtonsAreNotGestures) {
     std::vector<Event> seen;
     ASSERT_TRUE(bench.events.start([&](const Event& e) { seen.push_back(e); }));
     // Button 8 ("back"): the window manager binds nothing to it on the root window.
-    ASSERT_TRUE(xdotool(at({300, 300}) + QStringList{"mousedown", "8"} + at({400, 350}) +
-                        QStringList{"mouseup", "8"}));
+    ASSERT_TRUE(xdotool(at({300, 300}) + QStringList{u"mousedown"_s, u"8"_s} + at({400, 350}) +
+                        QStringList{u"mouseup"_s, u"8"_s}));
     ASSERT_TRUE(bench.click({420, 350})); // the control: this one does arrive
     ASSERT_TRUE(QTest::qWaitFor([&] { return seen.size() >= 2; }, 5000));
     bench.settle();
@@ -184,9 +198,9 @@ TEST(XInputPointerEvents, aBurstOfMotionCostsOneDrag) {
     std::vector<Event> seen;
     ASSERT_TRUE(bench.events.start([&](const Event& e) { seen.push_back(e); }));
     // Fifty moves in one go: they are all waiting when the connection is next read.
-    QStringList moves = at({100, 100}) + QStringList{"mousedown", "1"};
+    QStringList moves = at({100, 100}) + QStringList{u"mousedown"_s, u"1"_s};
     for (int i = 1; i <= 50; ++i)
-        moves += at({100 + 4 * i, 100 + i});
+        moves += nudge(1);
     ASSERT_TRUE(xdotool(moves));
     ASSERT_TRUE(
         QTest::qWaitFor([&] { return !seen.empty() && seen.back().kind == Kind::drag; }, 5000));
@@ -194,6 +208,6 @@ TEST(XInputPointerEvents, aBurstOfMotionCostsOneDrag) {
     const auto drags = std::count_if(seen.begin(), seen.end(),
                                      [](const Event& e) { return e.kind == Kind::drag; });
     EXPECT_LE(drags, 2) << "one pointer query per burst";
-    EXPECT_EQ(seen.back().position, QPointF(300, 150));
-    ASSERT_TRUE(xdotool({"mouseup", "1"}));
+    EXPECT_EQ(seen.back().position, QPointF(150, 150));
+    ASSERT_TRUE(xdotool({u"mouseup"_s, u"1"_s}));
 }

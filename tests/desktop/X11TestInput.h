@@ -5,6 +5,7 @@
 #include <QCoreApplication>
 #include <QProcess>
 #include <QStringList>
+#include <cstdio>
 #include <cstdlib>
 
 // Input from outside the test process, as a person's would come: xdotool, which sends it
@@ -12,8 +13,12 @@
 inline bool xdotool(const QStringList& arguments) {
     QProcess process;
     process.start(QStringLiteral("xdotool"), arguments);
-    return process.waitForFinished(10000) && process.exitStatus() == QProcess::NormalExit &&
-           process.exitCode() == 0;
+    const bool done = process.waitForFinished(10000) &&
+                      process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
+    if (!done)
+        std::fprintf(stderr, "xdotool %s: %s\n", qPrintable(arguments.join(u' ')),
+                     process.readAllStandardError().constData());
+    return done;
 }
 
 // Everything the server sent `connection` before now has been handed to its listeners, and

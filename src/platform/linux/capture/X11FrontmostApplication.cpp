@@ -41,7 +41,7 @@ xcb_atom_t X11FrontmostApplication::atom(const char* name) const {
     xcb_connection_t* c = m_connection->connection();
     std::unique_ptr<xcb_intern_atom_reply_t, FreeDeleter> reply(
         xcb_intern_atom_reply(c, xcb_intern_atom(c, 0, quint16(std::strlen(name)), name), nullptr));
-    return reply ? reply->atom : XCB_ATOM_NONE;
+    return reply ? reply->atom : xcb_atom_t(XCB_ATOM_NONE);
 }
 
 std::optional<FrontmostApplication::Application> X11FrontmostApplication::current() const {

@@ -16,7 +16,6 @@ class XcbEventConnection;
 // nothing happens. Raw events carry no position, so the pointer is asked where it is on
 // press and release, and once per dispatch while the button is held and it moved.
 class XInputPointerEvents : public QObject, public GlobalPointerEvents {
-    Q_OBJECT
 public:
     struct Options {
         int doubleClickIntervalMs = 400;

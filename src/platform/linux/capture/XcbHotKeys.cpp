@@ -143,9 +143,11 @@ int XcbHotKeys::grab(xcb_keycode_t key, quint16 modifiers) {
 void XcbHotKeys::ungrab(xcb_keycode_t key, quint16 modifiers) {
     xcb_connection_t* c = m_connection->connection();
     // Releasing a variant another client holds leaves that grab alone.
+    xcb_void_cookie_t last{};
     for (quint16 variant : lockVariants())
-        xcb_ungrab_key(c, key, m_connection->root(), quint16(modifiers | variant));
-    xcb_flush(c);
+        last = xcb_ungrab_key_checked(c, key, m_connection->root(), quint16(modifiers | variant));
+    // Waited for, so the keys are free for others by the time the caller goes on.
+    std::free(xcb_request_check(c, last));
 }
 
 bool XcbHotKeys::handle(const xcb_generic_event_t* event) {
