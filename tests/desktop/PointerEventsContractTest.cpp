@@ -22,6 +22,7 @@ using Event = GlobalPointerEvents::Event;
 using Kind = Event::Kind;
 
 struct Scripted {
+    static constexpr bool isScripted = true;
     ScriptedPointerEvents events;
 
     bool dragAcross(QPoint from, QPoint to, const std::function<bool()>&) {
@@ -49,6 +50,7 @@ QStringList nudge(int step) {
 }
 
 struct Desktop {
+    static constexpr bool isScripted = false;
     XcbEventConnection connection;
     XInputPointerEvents events{
         connection,
@@ -98,15 +100,8 @@ protected:
     }
 };
 
-class BenchNames {
-public:
-    template <typename Bench> static std::string GetName(int) {
-        return std::is_same_v<Bench, Scripted> ? "scripted" : "desktop";
-    }
-};
-
 using Benches = testing::Types<Scripted, Desktop>;
-TYPED_TEST_SUITE(PointerEventsContract, Benches, BenchNames);
+TYPED_TEST_SUITE(PointerEventsContract, Benches, ScriptedOrDesktop);
 
 } // namespace
 

@@ -52,9 +52,3 @@ TEST_F(ClickCounterTest, resetMakesTheNextPressASingleClick) {
     clicks.reset();
     EXPECT_EQ(clicks.press(1100, {10, 10}), 1);
 }
-
-TEST(ClickCounter, aZeroIntervalNeverDoubles) {
-    ClickCounter clicks{0, 5};
-    EXPECT_EQ(clicks.press(1000, {10, 10}), 1);
-    EXPECT_EQ(clicks.press(1001, {10, 10}), 1);
-}

@@ -3,9 +3,6 @@
 #include "platform/linux/capture/XcbEventConnection.h"
 
 #include <QCoreApplication>
-#include <QGuiApplication>
-#include <QWindow>
-#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -21,15 +18,6 @@ PropertyReply property(xcb_connection_t* c, xcb_window_t window, xcb_atom_t name
                        quint32 longs) {
     return PropertyReply(
         xcb_get_property_reply(c, xcb_get_property(c, 0, window, name, type, 0, longs), nullptr));
-}
-
-// A window of this program, whatever it says about its process.
-bool isOwnWindow(xcb_window_t window) {
-    if (!qobject_cast<QGuiApplication*>(QCoreApplication::instance()))
-        return false;
-    const QWindowList windows = QGuiApplication::topLevelWindows();
-    return std::any_of(windows.begin(), windows.end(),
-                       [window](QWindow* w) { return w->handle() && w->winId() == window; });
 }
 
 } // namespace
@@ -88,7 +76,6 @@ std::optional<FrontmostApplication::Application> X11FrontmostApplication::curren
     if (pid && pid->format == 32 && xcb_get_property_value_length(pid.get()) >= 4)
         application.pid = *static_cast<const quint32*>(xcb_get_property_value(pid.get()));
     application.isOwn =
-        (application.pid != 0 && application.pid == QCoreApplication::applicationPid()) ||
-        isOwnWindow(window);
+        application.pid != 0 && application.pid == QCoreApplication::applicationPid();
     return application;
 }
