@@ -1,11 +1,11 @@
 #include "platform/linux/desktop/QtPasteboard.h"
 
+#include "platform/linux/desktop/StrictText.h"
 #include "platform/linux/desktop/XcbInputScrubber.h"
 
 #include <QClipboard>
 #include <QGuiApplication>
 #include <QMimeData>
-#include <QStringDecoder>
 #include <algorithm>
 
 using namespace Qt::StringLiterals;
@@ -21,25 +21,6 @@ const QStringList kProtocolTargets = {u"TARGETS"_s, u"MULTIPLE"_s, u"TIMESTAMP"_
 
 bool isText(const QString& format) {
     return format == u"text/plain" || format.startsWith(u"text/plain;");
-}
-
-// Binary data and broken encodings are no text: U+FFFD is what the decoder left for bytes it
-// could not read, and a zero byte never occurs in text.
-std::optional<QString> checkedText(QString text) {
-    if (text.isEmpty() || text.contains(QChar(0)) || text.contains(QChar::ReplacementCharacter))
-        return std::nullopt;
-    return text;
-}
-
-std::optional<QString> strictUtf8(QByteArray bytes) {
-    // Some owners end their text with a terminating zero.
-    while (bytes.endsWith('\0'))
-        bytes.chop(1);
-    QStringDecoder decoder(QStringConverter::Utf8, QStringConverter::Flag::Stateless);
-    QString text = decoder(bytes);
-    if (decoder.hasError())
-        return std::nullopt;
-    return checkedText(std::move(text));
 }
 
 } // namespace
