@@ -54,10 +54,18 @@ QProcess& ForeignClipboard::launch(const QString& program, const QStringList& ar
 }
 
 bool ForeignClipboard::copy(const QByteArray& bytes, const QString& type) {
+    return offer(u"clipboard"_s, bytes, type);
+}
+
+bool ForeignClipboard::select(const QByteArray& bytes, const QString& type) {
+    return offer(u"primary"_s, bytes, type);
+}
+
+bool ForeignClipboard::offer(const QString& selection, const QByteArray& bytes,
+                             const QString& type) {
     // In the foreground (-quiet), so the process stays ours and is reaped.
-    QProcess& xclip =
-        launch(u"xclip"_s,
-               {u"-quiet"_s, u"-selection"_s, u"clipboard"_s, u"-target"_s, type, u"-in"_s}, false);
+    QProcess& xclip = launch(
+        u"xclip"_s, {u"-quiet"_s, u"-selection"_s, selection, u"-target"_s, type, u"-in"_s}, false);
     if (xclip.state() != QProcess::Running)
         return false;
     xclip.write(bytes);
@@ -74,6 +82,14 @@ bool ForeignClipboard::copy(const QList<std::pair<QString, QString>>& typesAndTe
     for (const auto& [type, text] : typesAndTexts)
         arguments << type << text;
     return awaitLine(launch(ownerProgram(), arguments, true), "owned", 10s);
+}
+
+bool ForeignClipboard::own(const QStringList& arguments) {
+    return awaitLine(launch(ownerProgram(), arguments, true), "owned", 10s);
+}
+
+qint64 ForeignClipboard::lastProcessId() const {
+    return m_processes.empty() ? 0 : m_processes.back()->processId();
 }
 
 bool ForeignClipboard::churn(int count, quint32 seed, std::chrono::milliseconds timeout) {

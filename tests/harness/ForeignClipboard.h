@@ -25,12 +25,21 @@ public:
     bool copy(const QByteArray& bytes, const QString& type = QStringLiteral("UTF8_STRING"));
     // Has clipboard-owner offer each type with its text; returns once it holds the clipboard.
     bool copy(const QList<std::pair<QString, QString>>& typesAndTexts);
+    // Starts clipboard-owner with these arguments (options included); returns once it holds
+    // the clipboard.
+    bool own(const QStringList& arguments);
+    // Has xclip offer `bytes` as `type` on the PRIMARY selection, as a program does where
+    // text is selected. Returns once xclip has read them.
+    bool select(const QByteArray& bytes, const QString& type = QStringLiteral("UTF8_STRING"));
+    // The process id of the last program started, to stop or resume it.
+    qint64 lastProcessId() const;
     // Has clipboard-owner replace its content `count` times with random content, then offer
     // "churn done". Runs the event loop while it waits, so timers keep firing.
     bool churn(int count, quint32 seed, std::chrono::milliseconds timeout);
 
 private:
     QProcess& launch(const QString& program, const QStringList& arguments, bool readsOutput);
+    bool offer(const QString& selection, const QByteArray& bytes, const QString& type);
     // Waits (running the event loop) for `line` on the process's output.
     static bool awaitLine(QProcess& process, const QByteArray& line,
                           std::chrono::milliseconds timeout);

@@ -1,8 +1,12 @@
 // Holds the X11 CLIPBOARD the way another program does, for the desktop tests.
 //
-//   clipboard-owner TYPE TEXT [TYPE TEXT]...
+//   clipboard-owner [OPTION]... TYPE TEXT [TYPE TEXT]...
 //       Offers each type with its text (as UTF-8) at once, prints "owned" when it holds the
-//       clipboard, and exits when another program takes the clipboard over.
+//       clipboard, and exits when another program takes the clipboard over. Options:
+//       --file TYPE PATH   also offers TYPE with the bytes of the file at PATH
+//       --freeze-after N   hands over N contents, then stops itself (SIGSTOP) on the next
+//                          request before answering it; SIGCONT lets it answer and go on
+//       --vanish-after N   hands over N contents, then exits on the next request unanswered
 //   clipboard-owner --churn COUNT SEED
 //       Replaces its content COUNT times, every few milliseconds, with random content (text,
 //       huge text, images, broken UTF-8, empty text, secrets, many types), serving requests
@@ -12,10 +16,13 @@
 // Ends on SIGTERM too; the tests stop it by process id.
 #include <QByteArray>
 #include <QClipboard>
+#include <QFile>
 #include <QGuiApplication>
 #include <QMimeData>
 #include <QTimer>
+#include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <functional>
 #include <random>
 
@@ -137,19 +144,53 @@ int main(int argc, char** argv) {
         return application.exec();
     }
 
-    if (arguments.isEmpty() || arguments.size() % 2 != 0) {
-        std::fputs("usage: clipboard-owner TYPE TEXT [TYPE TEXT]... | --churn COUNT SEED\n",
+    const auto usage = [] {
+        std::fputs("usage: clipboard-owner [--file TYPE PATH | --freeze-after N | --vanish-after N]"
+                   "... TYPE TEXT [TYPE TEXT]... | --churn COUNT SEED\n",
                    stderr);
         return 64;
+    };
+    auto* mime = new ServedMimeData;
+    int served = 0;
+    int freezeAfter = -1;
+    int vanishAfter = -1;
+    for (qsizetype i = 0; i < arguments.size();) {
+        const QString& argument = arguments.at(i);
+        if (argument == u"--file" && i + 2 < arguments.size()) {
+            QFile file(arguments.at(i + 2));
+            if (!file.open(QIODevice::ReadOnly)) {
+                std::fputs("clipboard-owner: cannot read the file\n", stderr);
+                return 66;
+            }
+            mime->setData(arguments.at(i + 1), file.readAll());
+            i += 3;
+        } else if ((argument == u"--freeze-after" || argument == u"--vanish-after") &&
+                   i + 1 < arguments.size()) {
+            (argument == u"--freeze-after" ? freezeAfter : vanishAfter) =
+                arguments.at(i + 1).toInt();
+            i += 2;
+        } else if (!argument.startsWith(u"--") && i + 1 < arguments.size()) {
+            mime->setData(argument, arguments.at(i + 1).toUtf8());
+            i += 2;
+        } else {
+            return usage();
+        }
     }
-    auto* mime = new QMimeData;
-    for (qsizetype i = 0; i < arguments.size(); i += 2)
-        mime->setData(arguments.at(i), arguments.at(i + 1).toUtf8());
+    if (mime->formats().isEmpty())
+        return usage();
     clipboard->setMimeData(mime, QClipboard::Clipboard);
     if (!clipboard->ownsClipboard()) {
         std::fputs("clipboard-owner: could not take the clipboard\n", stderr);
         return 1;
     }
+    // Counted from here: only other programs' requests.
+    mime->onServed = [&] {
+        if (served == freezeAfter)
+            std::raise(SIGSTOP);
+        if (served == vanishAfter)
+            std::_Exit(0);
+        ++served;
+    };
     say("owned");
     return application.exec();
 }

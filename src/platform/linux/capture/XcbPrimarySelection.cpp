@@ -51,8 +51,10 @@ QCoro::Task<std::optional<QString>> XcbPrimarySelection::read(std::chrono::milli
     const xcb_atom_t primary = XCB_ATOM_PRIMARY;
     const xcb_atom_t utf8 = atoms.utf8String;
     const SelectionTransferOutcome asUtf8 = co_await m_transfer.fetch(primary, utf8, limit);
+    // Some owners answer a request for UTF-8 with what they have, typed as Latin-1.
     if (const auto* data = std::get_if<SelectionData>(&asUtf8))
-        co_return strictUtf8(data->bytes);
+        co_return data->type == XCB_ATOM_STRING ? strictLatin1(data->bytes)
+                                                : strictUtf8(data->bytes);
     // Only an owner that does not offer UTF-8 is asked for Latin-1, in what is left of the
     // time.
     if (std::get<SelectionTransferFailure>(asUtf8) != SelectionTransferFailure::refused)

@@ -182,7 +182,8 @@ bool XcbSelectionOwner::serveMultiple(xcb_window_t requestor, xcb_atom_t propert
     std::vector<xcb_atom_t> pairs;
     if (reply->format == 32) {
         const auto* values = static_cast<const xcb_atom_t*>(xcb_get_property_value(reply));
-        pairs.assign(values, values + xcb_get_property_value_length(reply));
+        // The length is in bytes.
+        pairs.assign(values, values + xcb_get_property_value_length(reply) / 4);
     }
     const xcb_atom_t type = reply->type;
     std::free(reply);

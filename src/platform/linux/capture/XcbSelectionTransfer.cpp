@@ -55,7 +55,7 @@ PropertyRead readAndDelete(xcb_connection_t* connection, xcb_window_t window, xc
         nullptr);
     if (value) {
         read.bytes = QByteArray(static_cast<const char*>(xcb_get_property_value(value)),
-                                xcb_get_property_value_length(value) * (value->format / 8));
+                                xcb_get_property_value_length(value));
         std::free(value);
     }
     return read;
