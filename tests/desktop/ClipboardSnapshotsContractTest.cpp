@@ -193,6 +193,12 @@ TEST_F(XcbClipboardSnapshotsFaults, threeMegabytesGoBothWaysInIncrements) {
         [] { return readSelection(u"clipboard"_s, u"UTF8_STRING"_s) == "small"; }, 10'000));
     snapshots.restore(snapshot);
     EXPECT_TRUE(readSelection(u"clipboard"_s, u"UTF8_STRING"_s) == large);
+
+    // Read back from ourselves, the owner that sends large content in increments.
+    const PasteboardSnapshot again = finish(snapshots.take(2s));
+    EXPECT_EQ(again.unreadable, QStringList());
+    ASSERT_EQ(again.items.size(), 1);
+    EXPECT_TRUE(again.items.first() == snapshot.items.first());
 }
 
 TEST_F(XcbClipboardSnapshotsFaults, anOwnerThatDiesMidwayEndsTheSnapshotAtOnce) {
