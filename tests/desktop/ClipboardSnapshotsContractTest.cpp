@@ -3,6 +3,7 @@
 // with other programs owning the clipboard and xclip reading it as a third program would.
 #include "RunningTask.h"
 #include "SelectionReaders.h"
+#include "X11TestInput.h"
 #include "harness/ForeignClipboard.h"
 #include "harness/ManualTimers.h"
 #include "harness/QtPrinters.h"
@@ -45,6 +46,7 @@ QByteArray everyByte() {
 
 // The fake, on a scripted clipboard.
 struct Scripted {
+    static constexpr bool isScripted = true;
     ScriptedPasteboard pasteboard;
     ScriptedClipboardSnapshots snapshots{pasteboard};
 
@@ -66,6 +68,7 @@ struct Scripted {
 
 // The adapter, with clipboard-owner copying, xclip taking over and reading.
 struct Desktop {
+    static constexpr bool isScripted = false;
     XcbEventConnection connection;
     XcbSelectionTransfer transfer{connection};
     XcbClipboardSnapshots snapshots{transfer};
@@ -97,15 +100,8 @@ protected:
     ClipboardSnapshots& snapshots = bench.snapshots;
 };
 
-class BenchNames {
-public:
-    template <typename Bench> static std::string GetName(int) {
-        return std::is_same_v<Bench, Scripted> ? "scripted" : "desktop";
-    }
-};
-
 using Benches = testing::Types<Scripted, Desktop>;
-TYPED_TEST_SUITE(ClipboardSnapshotsContract, Benches, BenchNames);
+TYPED_TEST_SUITE(ClipboardSnapshotsContract, Benches, ScriptedOrDesktop);
 
 } // namespace
 

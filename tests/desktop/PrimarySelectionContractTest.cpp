@@ -3,6 +3,7 @@
 // program.
 #include "RunningTask.h"
 #include "SelectionReaders.h"
+#include "X11TestInput.h"
 #include "harness/ForeignClipboard.h"
 #include "harness/ManualTimers.h"
 #include "harness/QtPrinters.h"
@@ -22,6 +23,7 @@ namespace {
 
 // The fake, told what the offered bytes mean.
 struct Scripted {
+    static constexpr bool isScripted = true;
     ScriptedPrimarySelection primary;
     quint64 clock = 1000;
 
@@ -38,6 +40,7 @@ struct Scripted {
 
 // The adapter, with xclip selecting.
 struct Desktop {
+    static constexpr bool isScripted = false;
     XcbEventConnection connection;
     XcbSelectionTransfer transfer{connection};
     XcbPrimarySelection primary{transfer};
@@ -57,15 +60,8 @@ protected:
     PrimarySelection& primary = bench.primary;
 };
 
-class BenchNames {
-public:
-    template <typename Bench> static std::string GetName(int) {
-        return std::is_same_v<Bench, Scripted> ? "scripted" : "desktop";
-    }
-};
-
 using Benches = testing::Types<Scripted, Desktop>;
-TYPED_TEST_SUITE(PrimarySelectionContract, Benches, BenchNames);
+TYPED_TEST_SUITE(PrimarySelectionContract, Benches, ScriptedOrDesktop);
 
 } // namespace
 

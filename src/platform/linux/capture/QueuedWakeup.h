@@ -18,7 +18,8 @@ public:
     QueuedWakeup& operator=(const QueuedWakeup&) = delete;
 
     void wake() {
-        if (m_state->posted)
+        // Without an event loop (the program is ending) nobody will wait any more.
+        if (m_state->posted || !QCoreApplication::instance())
             return;
         m_state->posted = true;
         QMetaObject::invokeMethod(
