@@ -51,6 +51,7 @@ void say(const QByteArray& line) {
 class PasswordBox : public QWidget {
 public:
     explicit PasswordBox(QWidget* parent) : QWidget(parent), inner(new QLineEdit(this)) {
+        setObjectName(u"password-box"_s);
         inner->setText(u"nested secret"_s);
         auto* layout = new QVBoxLayout(this);
         layout->setContentsMargins(0, 0, 0, 0);
@@ -70,8 +71,8 @@ public:
     }
 };
 
-QAccessibleInterface* passwordBoxFactory(const QString& className, QObject* object) {
-    if (className == u"PasswordBox"_s && object->isWidgetType())
+QAccessibleInterface* passwordBoxFactory(const QString&, QObject* object) {
+    if (object && object->isWidgetType() && object->objectName() == u"password-box"_s)
         return new PasswordBoxAccessible(static_cast<QWidget*>(object));
     return nullptr;
 }

@@ -19,7 +19,8 @@ const QString enabledProperty = u"IsEnabled"_s;
 constexpr int callLimitMs = 2000;
 
 QDBusMessage propertyCall(const QString& method, const QVariantList& arguments) {
-    QDBusMessage message = QDBusMessage::createMethodCall(launcher, launcherPath, properties, method);
+    QDBusMessage message =
+        QDBusMessage::createMethodCall(launcher, launcherPath, properties, method);
     message.setArguments(arguments);
     return message;
 }
@@ -79,7 +80,9 @@ void AtspiAccessibilityGrant::request(Kind kind) {
             });
 }
 
-bool AtspiAccessibilityGrant::openSettingsPane(Kind) { return false; }
+bool AtspiAccessibilityGrant::openSettingsPane(Kind) {
+    return false;
+}
 
 bool AtspiAccessibilityGrant::isSandboxed() const {
     return QFileInfo::exists(u"/.flatpak-info"_s) || qEnvironmentVariableIsSet("FLATPAK_ID") ||

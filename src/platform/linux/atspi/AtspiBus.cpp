@@ -1,11 +1,8 @@
 #include "AtspiBus.h"
 
 #include <QCoroDBus>
-#include <QCoroThread>
 #include <QDBusMessage>
-#include <QThread>
 #include <atomic>
-#include <memory>
 
 using namespace Qt::StringLiterals;
 
@@ -23,7 +20,9 @@ QString freshConnectionName() {
 
 AtspiBus::AtspiBus(QDBusConnection sessionBus) : sessionBus(std::move(sessionBus)) {}
 
-AtspiBus::~AtspiBus() { drop(); }
+AtspiBus::~AtspiBus() {
+    drop();
+}
 
 void AtspiBus::drop() {
     bus.reset();
@@ -35,8 +34,11 @@ void AtspiBus::drop() {
 }
 
 QCoro::Task<std::optional<QDBusConnection>> AtspiBus::connection(std::chrono::milliseconds limit) {
-    if (bus && bus->isConnected())
-        co_return bus;
+    if (bus && bus->isConnected()) {
+        // A copy: GCC 12 moves a member named in co_return.
+        const QDBusConnection current = *bus;
+        co_return current;
+    }
     drop();
     if (connecting || !sessionBus.isConnected())
         co_return std::nullopt;
@@ -55,28 +57,19 @@ QCoro::Task<std::optional<QDBusConnection>> AtspiBus::connection(std::chrono::mi
         co_return std::nullopt;
     }
 
-    // Connecting says hello to the bus and waits for its answer; a bus that is stopped would
-    // hold the main thread for as long as D-Bus waits, so that happens on a thread of its own.
+    // Connecting says hello to the bus daemon and waits for its answer: a local daemon
+    // answers at once, and one that is gone refuses the connection at once.
     const QString name = freshConnectionName();
-    auto made = std::make_shared<std::optional<QDBusConnection>>();
-    QThread* connector = QThread::create([address, name, made] {
-        QDBusConnection connection = QDBusConnection::connectToBus(address, name);
-        if (connection.isConnected())
-            *made = connection;
-    });
-    connect(connector, &QThread::finished, connector, &QObject::deleteLater);
-    connector->start();
-    const bool finished = co_await qCoro(connector).waitForFinished(limit);
+    const QDBusConnection made = QDBusConnection::connectToBus(address, name);
     connecting = false;
-    if (!finished || !*made) {
-        // A late connection is closed by whoever sees it next under this name.
+    if (!made.isConnected()) {
         QDBusConnection::disconnectFromBus(name);
         co_return std::nullopt;
     }
     connectionName = name;
-    bus = **made;
+    bus = made;
     listen(*bus);
-    co_return bus;
+    co_return made;
 }
 
 void AtspiBus::listen(QDBusConnection& connection) {

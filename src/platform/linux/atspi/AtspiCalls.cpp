@@ -18,6 +18,12 @@ QVariant unwrapped(const QVariant& value) {
     return value;
 }
 
+// The bus daemon itself, which knows each connection's process.
+const AtspiObject& busDaemon() {
+    static const AtspiObject daemon{u"org.freedesktop.DBus"_s, u"/org/freedesktop/DBus"_s};
+    return daemon;
+}
+
 std::optional<AtspiObject> readObject(const QDBusArgument& argument) {
     if (argument.currentType() != QDBusArgument::StructureType)
         return std::nullopt;
@@ -41,8 +47,7 @@ QCoro::Task<Reply> call(QDBusConnection bus, AtspiObject object, QString interfa
         QDBusMessage::createMethodCall(object.service, object.path, interface, method);
     message.setArguments(arguments);
     message.setAutoStartService(false);
-    const QDBusMessage answer =
-        co_await bus.asyncCall(message, static_cast<int>(limit.count()));
+    const QDBusMessage answer = co_await bus.asyncCall(message, static_cast<int>(limit.count()));
     if (answer.type() == QDBusMessage::ReplyMessage)
         co_return Reply{Reply::Kind::answered, answer};
     if (answer.type() != QDBusMessage::ErrorMessage)
@@ -117,9 +122,10 @@ std::optional<quint64> statesFrom(const QVariant& value) {
 
 QCoro::Task<qint64> processOf(QDBusConnection bus, QString service,
                               std::chrono::milliseconds limit) {
-    const Reply reply = co_await call(bus, {u"org.freedesktop.DBus"_s, u"/org/freedesktop/DBus"_s},
-                                      u"org.freedesktop.DBus"_s,
-                                      u"GetConnectionUnixProcessID"_s, {service}, limit);
+    // A named list: GCC 12 cannot keep a braced list's array across a suspension.
+    const QVariantList arguments{service};
+    const Reply reply = co_await call(bus, busDaemon(), busDaemon().service,
+                                      u"GetConnectionUnixProcessID"_s, arguments, limit);
     co_return reply.answered() ? reply.first().toLongLong() : 0;
 }
 

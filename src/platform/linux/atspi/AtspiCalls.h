@@ -21,8 +21,8 @@ namespace Atspi {
 inline constexpr uint rolePasswordText = 40;
 inline constexpr uint roleApplication = 75;
 inline constexpr int stateFocused = 12;
-inline constexpr int stateShowing = 24;
-inline constexpr int stateManagesDescendants = 30;
+inline constexpr int stateShowing = 25;
+inline constexpr int stateManagesDescendants = 31;
 
 // How a call ended: the application answered, refused (an error reply: it is there but
 // does not do that), said nothing within the limit, or is gone (the application, the object
@@ -56,7 +56,9 @@ QCoro::Task<Reply> property(QDBusConnection bus, AtspiObject object, QString nam
 QCoro::Task<qint64> processOf(QDBusConnection bus, QString service,
                               std::chrono::milliseconds limit);
 
-inline bool has(quint64 states, int bit) { return (states >> bit) & 1U; }
+inline bool has(quint64 states, int bit) {
+    return (states >> bit) & 1U;
+}
 
 // The interfaces objects answer on.
 inline const QString accessible = QStringLiteral("org.a11y.atspi.Accessible");

@@ -24,7 +24,8 @@ QCoro::Task<Found> searchApplication(QDBusConnection bus, AtspiObject applicatio
         const Entry entry = queue.dequeue();
         ++asked;
         // Both at once: one round trip per object.
-        auto stateCall = Atspi::call(bus, entry.object, Atspi::accessible, u"GetState"_s, {}, limit);
+        auto stateCall =
+            Atspi::call(bus, entry.object, Atspi::accessible, u"GetState"_s, {}, limit);
         auto childrenCall =
             Atspi::call(bus, entry.object, Atspi::accessible, u"GetChildren"_s, {}, limit);
         const Reply stateReply = co_await stateCall;
@@ -42,7 +43,8 @@ QCoro::Task<Found> searchApplication(QDBusConnection bus, AtspiObject applicatio
             continue;
         if (entry.depth + 1 > AtspiFocusSearch::maximumDepth)
             continue;
-        for (const AtspiObject& child : Atspi::objectsFrom(childrenReply.first()))
+        const QList<AtspiObject> children = Atspi::objectsFrom(childrenReply.first());
+        for (const AtspiObject& child : children)
             queue.enqueue({child, entry.depth + 1});
     }
     co_return Found{};
@@ -58,7 +60,9 @@ QCoro::Task<Found> AtspiFocusSearch::run(AtspiBus& atspi, QDBusConnection bus, q
     if (!applications.answered())
         co_return Found{};
     bool silent = false;
-    for (const AtspiObject& application : Atspi::objectsFrom(applications.first())) {
+    // Named: the list must outlive the suspensions in the loop.
+    const QList<AtspiObject> all = Atspi::objectsFrom(applications.first());
+    for (const AtspiObject& application : all) {
         if (process > 0 && co_await atspi.processOf(application.service, limit) != process)
             continue;
         const Found found = co_await searchApplication(bus, application, limit);

@@ -48,8 +48,10 @@ QCoro::Task<Outcome> selectedText(QDBusConnection bus, AtspiObject object,
     // An object without text answers with an error: it holds no selected text.
     if (!count.answered() || count.first().toInt() <= 0)
         co_return Miss::noSelection;
+    // Named lists: GCC 12 cannot keep a braced list's array across a suspension.
+    const QVariantList first{0};
     const Reply range =
-        co_await Atspi::call(bus, object, Atspi::text, u"GetSelection"_s, {0}, limit);
+        co_await Atspi::call(bus, object, Atspi::text, u"GetSelection"_s, first, limit);
     if (range.unanswered())
         co_return Miss::noFocused;
     const QVariantList bounds = range.message.arguments();
@@ -61,8 +63,8 @@ QCoro::Task<Outcome> selectedText(QDBusConnection bus, AtspiObject object,
         std::swap(start, end);
     if (start < 0 || start == end)
         co_return Miss::noSelection;
-    const Reply text =
-        co_await Atspi::call(bus, object, Atspi::text, u"GetText"_s, {start, end}, limit);
+    const QVariantList span{start, end};
+    const Reply text = co_await Atspi::call(bus, object, Atspi::text, u"GetText"_s, span, limit);
     if (text.unanswered())
         co_return Miss::noFocused;
     const QString selected = text.answered() ? text.first().toString() : QString();
