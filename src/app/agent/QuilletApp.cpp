@@ -12,6 +12,7 @@
 #include "lookup/LookupEngine.h"
 #include "lookup/TranslationEngine.h"
 #include "notebook/Vocabulary.h"
+#include "platform/CaptureAdapters.h"
 #include "platform/MemoryHygiene.h"
 #include "platform/SystemDictionaryBridge.h"
 #include "platform/SystemPasteboard.h"
@@ -28,9 +29,12 @@
 
 #include <QApplication>
 #include <QDesktopServices>
+#include <QLineEdit>
+#include <QPlainTextEdit>
 #include <QRegularExpression>
 #include <QScopeGuard>
 #include <QScreen>
+#include <QTextEdit>
 #include <QTimer>
 #include <QUrl>
 #include <cstdio>
@@ -53,6 +57,20 @@ void openInDictionary(const QString& word) {
     if (!QDesktopServices::openUrl(
             QUrl(u"dict://"_s + QString::fromUtf8(QUrl::toPercentEncoding(word)))))
         EventLog::shared().append(EventLog::Kind::error, u"找不到「词典」App"_s);
+}
+
+// The hot key pressed over one of the program's own windows: the focused text control's
+// selection.
+std::optional<QString> ownWindowSelection() {
+    QWidget* focused = QApplication::focusWidget();
+    if (const auto* line = qobject_cast<QLineEdit*>(focused);
+        line && line->echoMode() == QLineEdit::Normal)
+        return line->selectedText();
+    if (const auto* text = qobject_cast<QTextEdit*>(focused))
+        return text->textCursor().selectedText();
+    if (const auto* plain = qobject_cast<QPlainTextEdit*>(focused))
+        return plain->textCursor().selectedText();
+    return std::nullopt;
 }
 
 // Commands and people change the settings file too: the agent takes their changes in as they
@@ -130,6 +148,7 @@ int run(int argc, char** argv) {
     });
 
     const std::unique_ptr<Pasteboard> pasteboard = makeSystemPasteboard();
+    const CaptureAdapters capture = makeCaptureAdapters();
     const std::unique_ptr<TranslationEngine> translator = makeSentenceTranslator();
     const SystemDictionaryCatalog catalog(preferences);
     BundledDictionary& bundled = BundledDictionary::shared();
@@ -167,7 +186,10 @@ int run(int argc, char** argv) {
          .openTranslationSettings = [&translationSettings] { translationSettings.present(); },
          // A damaged database says so itself ("内置词库无法读取…"); this is for none at all.
          .wordDatabaseMissing = !bundled.isAvailable() && !bundled.problem(),
-         .clipboardPollMs = clipboardPollMs()});
+         .clipboardPollMs = clipboardPollMs(),
+         .capture = &capture,
+         .store = &store,
+         .copyFromOwnWindow = ownWindowSelection});
 
     watchSettingsFile(store, panel, log);
 

@@ -20,9 +20,10 @@ public:
     struct Options {
         int doubleClickIntervalMs = 400;
         int doubleClickDistance = 5;
-        // Whether input sent through the XTEST extension (this program's own simulated copy,
-        // and any other program's synthetic input) is ignored. Only tests turn it off, to
-        // stand xdotool in for a person's hand.
+        // Whether input sent through the XTEST extension is ignored. The program itself only
+        // ever sends keys that way, so its selection watch keeps synthetic clicks: they are a
+        // person's too, through a dwell-click tool of the desktop's accessibility kit (or
+        // xdotool in the tests).
         bool ignoreSyntheticDevices = true;
     };
 

@@ -1,0 +1,52 @@
+#include "platform/CaptureAdapters.h"
+#include "platform/linux/atspi/AtspiAccessibilityGrant.h"
+#include "platform/linux/atspi/AtspiSelectionReader.h"
+#include "platform/linux/capture/X11FrontmostApplication.h"
+#include "platform/linux/capture/XInputPointerEvents.h"
+#include "platform/linux/capture/XTestKeySynthesizer.h"
+#include "platform/linux/capture/XcbClipboardSnapshots.h"
+#include "platform/linux/capture/XcbEventConnection.h"
+#include "platform/linux/capture/XcbHotKeys.h"
+#include "platform/linux/capture/XcbPrimarySelection.h"
+#include "platform/linux/capture/XcbSelectionTransfer.h"
+
+#include <QGuiApplication>
+#include <QStyleHints>
+
+namespace {
+
+// What the X adapters share: one connection of their own, and the selection transfers on it.
+struct X11Shared {
+    XcbEventConnection connection;
+    XcbSelectionTransfer transfer{connection};
+};
+
+} // namespace
+
+CaptureAdapters makeCaptureAdapters() {
+    auto shared = std::make_shared<X11Shared>();
+    X11Shared& x11 = *shared;
+    CaptureAdapters adapters;
+    adapters.shared = shared;
+    const QStyleHints* hints = QGuiApplication::styleHints();
+    // The program never clicks for the user, so synthetic clicks are someone's hand: xdotool,
+    // or a dwell-click tool of the desktop's accessibility kit.
+    adapters.pointer = std::make_unique<XInputPointerEvents>(
+        x11.connection,
+        XInputPointerEvents::Options{.doubleClickIntervalMs = hints->mouseDoubleClickInterval(),
+                                     .doubleClickDistance = hints->mouseDoubleClickDistance(),
+                                     .ignoreSyntheticDevices = false});
+    adapters.hotKeys = std::make_unique<XcbHotKeys>(x11.connection);
+    auto frontmost = std::make_unique<X11FrontmostApplication>(x11.connection);
+    X11FrontmostApplication* front = frontmost.get();
+    adapters.frontmost = std::move(frontmost);
+    adapters.keys = std::make_unique<XTestKeySynthesizer>(x11.connection);
+    adapters.primary = std::make_unique<XcbPrimarySelection>(x11.transfer);
+    adapters.snapshots = std::make_unique<XcbClipboardSnapshots>(x11.transfer);
+    adapters.accessible = std::make_unique<AtspiSelectionReader>([front] {
+        const auto app = front->current();
+        return app ? app->pid : qint64(0);
+    });
+    adapters.permissions = std::make_unique<AtspiAccessibilityGrant>();
+    return adapters;
+}
