@@ -186,11 +186,13 @@ QCoro::Task<SelectionCoordinator::OnDemand> SelectionCoordinator::captureOnDeman
         co_return BlockedApplication{app.name};
 
     const QPointer<SelectionCoordinator> self(this);
+    // Named, not temporaries: GCC 12 destroys a temporary in a co_await's operand twice.
+    SelectionReader::Request request{.appName = app.name,
+                                     .appBundleID = app.bundleID,
+                                     .refusesSimulatedCopy = app.refusesSimulatedCopy};
+    CancellationToken token;
     const SelectionCaptureResult result =
-        co_await m_reader.capture({.appName = app.name,
-                                   .appBundleID = app.bundleID,
-                                   .refusesSimulatedCopy = app.refusesSimulatedCopy},
-                                  CancellationToken());
+        co_await m_reader.capture(std::move(request), std::move(token));
     if (const auto* outcome = std::get_if<SelectionCaptureOutcome>(&result)) {
         if (self)
             note(EventLog::Kind::trigger, u"快捷键｜"_s + outcome->appName + u"｜"_s +

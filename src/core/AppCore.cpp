@@ -317,7 +317,10 @@ QCoro::Task<void> AppCore::prepareAndRun(QString query) {
     const auto progress =
         connect(&m_deps.translator, &TranslationEngine::preparationProgress, this,
                 [this](double fraction) { m_deps.presenter.showDownloadProgress(fraction); });
-    const PreparationOutcome outcome = co_await m_deps.translator.prepareInteractively({});
+    // A named token: GCC 12 destroys a temporary in a co_await's operand twice.
+    CancellationToken token;
+    const PreparationOutcome outcome =
+        co_await m_deps.translator.prepareInteractively(std::move(token));
     if (!self)
         co_return;
     disconnect(progress);

@@ -31,7 +31,18 @@ bool XTestKeySynthesizer::modifiersHeld() const {
     // Caps Lock and Num Lock stay on for hours; only held keys matter here.
     const quint16 held =
         XCB_MOD_MASK_SHIFT | XCB_MOD_MASK_CONTROL | XCB_MOD_MASK_1 | XCB_MOD_MASK_4;
-    return reply && (reply->mask & held) != 0;
+    if (reply && (reply->mask & held) != 0)
+        return true;
+    // Any other key down counts too: while the hot key's own key is down, its grab sends
+    // every key to this program, the copy keys included.
+    std::unique_ptr<xcb_query_keymap_reply_t, FreeDeleter> keymap(
+        xcb_query_keymap_reply(c, xcb_query_keymap(c), nullptr));
+    if (!keymap)
+        return false;
+    for (const quint8 bits : keymap->keys)
+        if (bits != 0)
+            return true;
+    return false;
 }
 
 bool XTestKeySynthesizer::sendCopy() {
