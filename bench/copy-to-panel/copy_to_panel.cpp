@@ -1,6 +1,7 @@
 // Times the agent's panel from outside, by watching the X display as a user's eyes would.
 //
-//   copy_to_panel [--settle MS] [--timeout MS] [--jitter MS] [--trace] WORD...
+//   copy_to_panel [--settle MS] [--timeout MS] [--jitter MS] [--trace]
+//                 [--prepare COMMAND (--double-click FILE | --hot-key)] WORD...
 //
 // For each word: waits until the panel is folded and still, then a random while of up to
 // --jitter ms (400 by default), so copies fall at any moment of whatever the agent does on a
@@ -14,6 +15,11 @@
 // found by its title, which the agent keeps as "Quillet 面板｜STATE｜…". Prints one line per
 // copy (--trace: every event too), then the median and 90th percentile of each figure.
 // Exits 1 when a copy went unanswered.
+//
+// With --prepare, a selection replaces the copy: for each word the shell runs `COMMAND WORD`
+// untimed (show the word somewhere), then this program double-clicks at the point FILE then
+// holds ("X Y"), or presses Ctrl+Alt+Super+D, through XTest, and times from the moment the
+// server has taken the last release.
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
@@ -27,6 +33,7 @@
 #include <xcb/damage.h>
 #include <xcb/shape.h>
 #include <xcb/xcb.h>
+#include <xcb/xtest.h>
 
 namespace {
 
@@ -35,13 +42,16 @@ using Ms = std::chrono::duration<double, std::milli>;
 
 const std::string kTitlePrefix = "Quillet 面板｜";
 const char* const kUsage =
-    "usage: copy_to_panel [--settle MS] [--timeout MS] [--jitter MS] [--trace] WORD...";
+    "usage: copy_to_panel [--settle MS] [--timeout MS] [--jitter MS] [--trace] "
+    "[--prepare COMMAND (--double-click FILE | --hot-key)] WORD...";
 
 struct Options {
     std::chrono::milliseconds settle{100};
     std::chrono::milliseconds timeout{4000};
     std::chrono::milliseconds jitter{400};
     bool trace = false;
+    std::string prepare, clickFile;
+    bool hotKey = false;
     std::vector<std::string> words;
 };
 
@@ -156,6 +166,46 @@ public:
             if (ours)
                 return time;
         }
+    }
+
+    // A double-click at a point, or the lookup hot key, the way a person's hand sends them;
+    // times from the moment the server has taken the last release.
+    void select(const std::string& word, const Options& options) {
+        m_word = word;
+        m_sample = Sample{word, {}, {}, {}, {}, {}};
+        if (options.hotKey) {
+            // Control_L, Alt_L, Super_L and D on the evdev key codes Xvfb uses.
+            const xcb_keycode_t keys[] = {37, 64, 133, 40};
+            for (const xcb_keycode_t key : keys)
+                fake(XCB_KEY_PRESS, key);
+            for (int i = 3; i >= 0; --i)
+                fake(XCB_KEY_RELEASE, keys[i]);
+        } else {
+            int x = 0, y = 0;
+            if (FILE* file = std::fopen(options.clickFile.c_str(), "r")) {
+                if (std::fscanf(file, "%d %d", &x, &y) != 2)
+                    fail("no point to click at");
+                std::fclose(file);
+            }
+            xcb_test_fake_input(m_connection, XCB_MOTION_NOTIFY, 0, XCB_CURRENT_TIME, m_root,
+                                int16_t(x), int16_t(y), 0);
+            for (int click = 0; click < 2; ++click) {
+                fake(XCB_BUTTON_PRESS, 1);
+                fake(XCB_BUTTON_RELEASE, 1);
+                if (click == 0) {
+                    xcb_flush(m_connection);
+                    poll(nullptr, 0, 60);
+                }
+            }
+        }
+        // A round trip: everything before it has been handled by the server.
+        std::free(
+            xcb_get_input_focus_reply(m_connection, xcb_get_input_focus(m_connection), nullptr));
+        m_copiedAt = Clock::now();
+    }
+
+    void fake(uint8_t type, uint8_t detail) {
+        xcb_test_fake_input(m_connection, type, detail, XCB_CURRENT_TIME, XCB_NONE, 0, 0, 0);
     }
 
     void copy(const std::string& word) {
@@ -335,6 +385,10 @@ Options parse(int argc, char** argv) {
             (argument == "--settle"    ? options.settle
              : argument == "--timeout" ? options.timeout
                                        : options.jitter) = value;
+        } else if ((argument == "--prepare" || argument == "--double-click") && i + 1 < argc) {
+            (argument == "--prepare" ? options.prepare : options.clickFile) = argv[++i];
+        } else if (argument == "--hot-key") {
+            options.hotKey = true;
         } else if (argument == "--trace") {
             options.trace = true;
         } else if (argument.rfind("--", 0) == 0) {
@@ -405,8 +459,13 @@ int main(int argc, char** argv) {
             fail("the panel did not fold back between copies");
         const std::chrono::milliseconds pause{
             options.jitter.count() > 0 ? random() % options.jitter.count() : 0};
+        if (!options.prepare.empty() && std::system((options.prepare + " " + word).c_str()) != 0)
+            fail("the prepare command failed");
         display.runUntil([] { return false; }, pause);
-        display.copy(word);
+        if (options.prepare.empty())
+            display.copy(word);
+        else
+            display.select(word, options);
         const bool settled = display.runUntil(
             [&] {
                 const Sample& s = display.sample();

@@ -16,6 +16,8 @@
 //         fill COUNT         the text view holds COUNT characters of English text
 //         garbage COUNT SEED the text view holds COUNT random UTF-16 code units, NULs,
 //                            control characters and lone surrogates among them
+//         show WORD          the text view focused, holding WORD alone, nothing selected;
+//                            answers "ok X Y", the word's middle on the screen
 //
 // Ends when its standard input closes, or on SIGTERM; the tests stop it by process id.
 #include <QAccessible>
@@ -134,6 +136,21 @@ public:
             view->setPlainText(text);
             return true;
         }
+        if (command == "show" && words.size() == 2) {
+            view->setPlainText(QString::fromUtf8(words[1]));
+            view->setFocus();
+            QTextCursor cursor = view->textCursor();
+            cursor.setPosition(0);
+            const QRect start = view->cursorRect(cursor);
+            cursor.setPosition(int(words[1].size()));
+            const QRect end = view->cursorRect(cursor);
+            cursor.clearSelection();
+            view->setTextCursor(cursor);
+            const QPoint middle = view->viewport()->mapToGlobal(
+                QPoint((start.left() + end.left()) / 2, start.center().y()));
+            reply = " " + QByteArray::number(middle.x()) + " " + QByteArray::number(middle.y());
+            return true;
+        }
         if (command == "garbage" && words.size() == 3) {
             const qsizetype count = words[1].toLongLong();
             std::mt19937 random(words[2].toUInt());
@@ -145,6 +162,9 @@ public:
         }
         return false;
     }
+
+    // What the last command adds to its "ok".
+    QByteArray reply;
 
 private:
     QPlainTextEdit* view = new QPlainTextEdit(this);
@@ -195,7 +215,8 @@ int main(int argc, char** argv) {
         for (qsizetype end; (end = pending.indexOf('\n')) >= 0;) {
             const QByteArray line = pending.left(end).trimmed();
             pending.remove(0, end + 1);
-            say(window.run(line.split(' ')) ? "ok" : "bad");
+            window.reply.clear();
+            say(window.run(line.split(' ')) ? "ok" + window.reply : "bad");
         }
     });
 

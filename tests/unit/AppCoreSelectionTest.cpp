@@ -220,6 +220,10 @@ TEST_F(AppCoreSelectionTest, AWithdrawnGrantTurnsItsFeaturesOffUntilItReturns) {
 TEST_F(AppCoreSelectionTest, AFeatureWithoutItsGrantWaitsForIt) {
     permissions->set(Kind::accessibility, false);
     start();
+    triggers.setSelectionEnabled(true); // as the command line would: not running, and said so
+    EXPECT_FALSE(pointer->isRunning());
+    EXPECT_EQ(logLines().count(u"划词查询需要「辅助功能」授权，尚未启动"_s), 1);
+    triggers.setSelectionEnabled(false);
     PermissionCenter& center = *core->permissions();
     const auto denial =
         triggers.trySetSelection(true, center.checkFor(PermissionCenter::Feature::selectionLookup));

@@ -1,0 +1,81 @@
+#!/usr/bin/env bash
+# The measuring half of selection-to-panel.sh, run inside the private desktop.
+set -uo pipefail
+build="$1"
+shift
+mode="${1:-accessibility}"
+shift || true
+count="${1:-30}"
+shift || true
+case "$mode" in
+accessibility | primary | copy) ;;
+*) echo "selection-to-panel: unknown way in: $mode" >&2; exit 64 ;;
+esac
+work=$(mktemp -d)
+agent_pid='' window_pid=''
+stop() { # by process id: politely, then for good
+    [ -n "$1" ] || return 0
+    kill -TERM "$1" 2>/dev/null
+    for _ in $(seq 40); do kill -0 "$1" 2>/dev/null || break; sleep 0.05; done
+    kill -KILL "$1" 2>/dev/null
+    wait "$1" 2>/dev/null
+    return 0
+}
+cleanup() { exec 3>&-; stop "$window_pid"; stop "$agent_pid"; rm -rf "$work"; }
+trap cleanup EXIT
+export HOME="$work/home" XDG_RUNTIME_DIR="$work/runtime" LF_LOG_STDOUT=1
+mkdir -p "$HOME/.config/Quillet"
+mkdir -m 700 "$XDG_RUNTIME_DIR"
+if [ "$mode" = copy ]; then trigger='"trigger.method": "hotKey"'
+else trigger='"trigger.selectionEnabled": true'; fi
+echo "{\"translation.endpoint\": \"http://127.0.0.1:9\", $trigger}" \
+    >"$HOME/.config/Quillet/defaults.json"
+# The desktop's accessibility switch on, as a person relying on it has it.
+dbus-send --session --print-reply --dest=org.a11y.Bus /org/a11y/bus \
+    org.freedesktop.DBus.Properties.Set string:org.a11y.Status string:IsEnabled \
+    variant:boolean:true >/dev/null
+
+# Everyday words, a different one each time (the list repeats past 40).
+everyday=(water river mountain window garden market teacher bridge forest letter
+          kitchen island morning silver pocket weather friend travel answer number
+          picture summer winter candle castle engine finger harvest journey ladder
+          meadow needle orange planet question rabbit saddle thunder valley wonder)
+words=()
+for ((i = 0; i < count; i++)); do words+=("${everyday[i % ${#everyday[@]}]}"); done
+
+"$build/bin/quillet-agent" >"$work/agent.log" 2>&1 &
+agent_pid=$!
+for _ in $(seq 200); do
+    grep -q "Quillet 已启动" "$work/agent.log" 2>/dev/null && break
+    sleep 0.05
+done
+
+# The window reads commands from a pipe we keep open, and answers into a file.
+mkfifo "$work/commands"
+options=()
+[ "$mode" = accessibility ] || options=(--no-accessibility)
+"$build/bin/text-window" "${options[@]}" <"$work/commands" >"$work/answers" 2>/dev/null &
+window_pid=$!
+exec 3>"$work/commands"
+for _ in $(seq 200); do grep -q '^ready' "$work/answers" && break; sleep 0.05; done
+
+cat >"$work/prepare" <<PREPARE
+#!/usr/bin/env bash
+# Shows the word alone in the window; remembers where it is on the screen.
+before=\$(wc -l <"$work/answers")
+echo "show \$1" >"$work/commands"
+for _ in \$(seq 200); do [ "\$(wc -l <"$work/answers")" -gt "\$before" ] && break; sleep 0.01; done
+tail -n 1 "$work/answers" | cut -d' ' -f2,3 >"$work/position"
+[ "$mode" = copy ] && echo "select 0 \${#1}" >"$work/commands"
+sleep 0.1
+PREPARE
+chmod +x "$work/prepare"
+hand=(--double-click "$work/position")
+[ "$mode" = copy ] && hand=(--hot-key)
+
+"$build/bin/copy_to_panel" --prepare "$work/prepare" "${hand[@]}" "$@" "${words[@]}"
+status=$?
+echo
+echo "way in: $mode; the agent's reads:"
+grep -E '^\[(触发|错误|拦截)\] (划词|快捷键)｜' "$work/agent.log" | sed 's/｜[^｜]*$//' | sort | uniq -c
+exit "$status"
