@@ -4,20 +4,6 @@ using namespace Qt::StringLiterals;
 
 namespace SelectionCapture {
 
-QString rawValue(SelectionCaptureMethod method) {
-    switch (method) {
-    case SelectionCaptureMethod::axSelectedText:
-        return u"axSelectedText"_s;
-    case SelectionCaptureMethod::axStringForRange:
-        return u"axStringForRange"_s;
-    case SelectionCaptureMethod::simulatedCopy:
-        return u"simulatedCopy"_s;
-    case SelectionCaptureMethod::primarySelection:
-        return u"primarySelection"_s;
-    }
-    return {};
-}
-
 QString methodWord(SelectionCaptureMethod method) {
     return method == SelectionCaptureMethod::simulatedCopy ? u"模拟复制"_s : u"直接读取"_s;
 }

@@ -25,7 +25,6 @@ enum class SelectionCaptureFailure {
 
 namespace SelectionCapture {
 
-QString rawValue(SelectionCaptureMethod method);
 // "直接读取" for the reads that leave the clipboard alone, "模拟复制" for the copy.
 QString methodWord(SelectionCaptureMethod method);
 QString text(SelectionCaptureFailure failure);

@@ -101,7 +101,6 @@ QCoro::Task<void> SelectionCoordinator::runCapture(Application app,
         note(EventLog::Kind::error, app.name + u"："_s + SelectionCapture::text(failure));
         reportFailure(failure, app);
     }
-    Q_EMIT captureSettled();
 }
 
 void SelectionCoordinator::consume(const SelectionCaptureOutcome& outcome) {

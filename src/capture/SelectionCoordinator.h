@@ -67,11 +67,6 @@ public:
     // A selection gesture ended; it began at `gestureServerTime` (window-system time).
     void captureNow(std::optional<quint64> gestureServerTime = std::nullopt);
     QCoro::Task<OnDemand> captureOnDemand();
-    bool isCapturing() const { return m_inFlight.has_value(); }
-
-Q_SIGNALS:
-    // A capture started by captureNow ended (read, skipped or failed), for observers.
-    void captureSettled();
 
 private:
     struct Application {

@@ -109,9 +109,6 @@ public:
     const std::optional<QString>& pendingWord() const { return m_pendingWord; }
     ClipboardMonitor& clipboard() { return m_clipboard; }
     // Nothing without capture adapters.
-    SelectionCoordinator* selection() { return m_selection.get(); }
-    SelectionMonitor* selectionMonitor() { return m_selectionMonitor.get(); }
-    HotKeyCenter* hotKeys() { return m_hotKeys.get(); }
     PermissionCenter* permissions() { return m_permissions.get(); }
     AccessibilityAuthorization* accessibility() { return m_accessibility.get(); }
     bool isLookupInFlight() const { return m_inFlight.has_value(); }
