@@ -170,5 +170,4 @@ private:
     // What the lookup slot is bound to now (nothing while unbound).
     std::optional<HotKeySpec> m_boundHotKey;
     bool m_hotKeyBindAttempted = false;
-    bool m_selectionWaitingNoted = false;
 };

@@ -85,6 +85,13 @@ void AppCore::wireCaptureSources() {
     });
     connect(m_accessibility.get(), &AccessibilityAuthorization::trustChanged, this,
             [this] { checkAccessibilityStillGranted(); });
+    // Turned on where no prompt could stop it (the command line, the settings file) while the
+    // grant is missing: not a silent nothing.
+    connect(&m_deps.triggers, &TriggerSettings::changed, this, [this](Settings::Id setting) {
+        if (setting == Settings::Id::selectionEnabled && m_deps.triggers.selectionEnabled() &&
+            !accessibilityGranted())
+            m_deps.log.append(EventLog::Kind::error, u"划词查询需要「辅助功能」授权，尚未启动"_s);
+    });
 }
 
 bool AppCore::accessibilityGranted() const {
@@ -95,15 +102,8 @@ void AppCore::applyCaptureRunState() {
     if (!m_selectionMonitor)
         return;
     // Features whose grant is missing do not run; their settings stay as the user left them.
-    const bool selectionWanted =
-        !m_systemPaused && !m_deps.triggers.isMuted() && m_deps.triggers.selectionEnabled();
-    const bool selectionRuns = selectionWanted && accessibilityGranted();
-    // Said once each time it happens, so a setting made elsewhere (the command line) that
-    // cannot run yet is not a silent one.
-    const bool waiting = selectionWanted && !selectionRuns;
-    if (waiting && !m_selectionWaitingNoted)
-        m_deps.log.append(EventLog::Kind::error, u"划词查询需要「辅助功能」授权，尚未启动"_s);
-    m_selectionWaitingNoted = waiting;
+    const bool selectionRuns = !m_systemPaused && !m_deps.triggers.isMuted() &&
+                               m_deps.triggers.selectionEnabled() && accessibilityGranted();
     if (selectionRuns && !m_selectionMonitor->isRunning()) {
         if (!m_selectionMonitor->start())
             m_deps.log.append(EventLog::Kind::error, u"划词｜无法监听鼠标，划词查询不可用"_s);
