@@ -31,6 +31,8 @@ enum class Id {
     endpoint,
     api,
     model,
+    sawOnboarding,
+    showsIdleNotch,
 };
 Q_ENUM_NS(Id)
 

@@ -113,6 +113,11 @@ inline const Setting<Choice<translationApiNames>> api{Id::api, u"translation.api
 inline const Setting<ModelName> model{Id::model, u"translation.model",
                                       QStringLiteral("qwen2.5:1.5b")};
 
+// The window's first-run state, and whether the panel stays on screen as a small notch between
+// lookups.
+inline const Setting<Flag> sawOnboarding{Id::sawOnboarding, u"firstRun.sawOnboarding", false};
+inline const Setting<Flag> showsIdleNotch{Id::showsIdleNotch, u"panel.showsIdleNotch", true};
+
 // Every setting, in the order `quillet settings list` shows them.
 inline auto all() {
     return std::tie(vocabularyEnabled, dictionaryOrder, removedDictionaries, speaksOnLookup,
@@ -120,7 +125,7 @@ inline auto all() {
                     pausesVideoOnPeek, resumesVideoAfterPeek, showsSubtitlesOnPause,
                     recognizesScreenSubtitles, pointerLookupEnabled, pointerKey,
                     expandsOnNotchHover, method, selectionEnabled, hotKey, showsEverything,
-                    endpoint, api, model);
+                    endpoint, api, model, sawOnboarding, showsIdleNotch);
 }
 
 // A setting without its type, for lists.

@@ -4,6 +4,7 @@
 #include "logs/EventLog.h"
 #include "settings/DefaultsStore.h"
 #include "settings/FilterPreferences.h"
+#include "settings/InterfaceSettings.h"
 #include "settings/Preferences.h"
 #include "settings/SettingsCatalog.h"
 #include "settings/TranslationSettings.h"
@@ -25,13 +26,15 @@ std::string nameOf(Settings::Id setting) {
 // Every settings object over one real store file, as the command line makes them.
 struct AllSettings {
     explicit AllSettings(DefaultsStore& store)
-        : preferences(store, {}), triggers(store), filter(store, log), translation(store) {}
+        : preferences(store, {}), triggers(store), filter(store, log), translation(store),
+          interface(store) {}
 
     EventLog log{{}, false};
     Preferences preferences;
     TriggerSettings triggers;
     FilterPreferences filter;
     TranslationSettings translation;
+    InterfaceSettings interface;
 };
 
 } // namespace
@@ -85,7 +88,8 @@ TEST(SettingTableTest, TheCatalogServesEverySettingInTheTablesOrder) {
     QTemporaryDir folder;
     DefaultsStore store(folder.filePath(u"defaults.json"_s));
     AllSettings all(store);
-    const SettingsCatalog catalog({&all.preferences, &all.triggers, &all.filter, &all.translation});
+    const SettingsCatalog catalog(
+        {&all.preferences, &all.triggers, &all.filter, &all.translation, &all.interface});
 
     QStringList listed;
     for (const SettingsCatalog::Setting& setting : catalog.settings())

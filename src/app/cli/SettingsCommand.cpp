@@ -4,6 +4,7 @@
 #include "cli/Output.h"
 #include "cli/TerminalText.h"
 #include "settings/FilterPreferences.h"
+#include "settings/InterfaceSettings.h"
 #include "settings/Preferences.h"
 #include "settings/RenameMigration.h"
 #include "settings/SettingsCatalog.h"
@@ -43,7 +44,8 @@ int run(const QStringList& arguments) {
     // The same start-up order as the agent: carry the former identity's settings over first.
     RenameMigration::runIfNeeded();
     const SettingsCatalog catalog({&Preferences::shared(), &TriggerSettings::shared(),
-                                   &FilterPreferences::shared(), &TranslationSettings::shared()});
+                                   &FilterPreferences::shared(), &TranslationSettings::shared(),
+                                   &InterfaceSettings::shared()});
 
     if (action == u"list"_s) {
         for (const SettingsCatalog::Setting& setting : catalog.settings())

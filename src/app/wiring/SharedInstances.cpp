@@ -12,6 +12,7 @@
 #include "platform/PlatformPaths.h"
 #include "settings/DefaultsStore.h"
 #include "settings/FilterPreferences.h"
+#include "settings/InterfaceSettings.h"
 #include "settings/Preferences.h"
 #include "settings/TranslationSettings.h"
 #include "settings/TriggerSettings.h"
@@ -38,6 +39,11 @@ TranslationSettings& TranslationSettings::shared() {
 FilterPreferences& FilterPreferences::shared() {
     static FilterPreferences preferences(DefaultsStore::shared(), EventLog::shared());
     return preferences;
+}
+
+InterfaceSettings& InterfaceSettings::shared() {
+    static InterfaceSettings settings(DefaultsStore::shared());
+    return settings;
 }
 
 InlineGloss& InlineGloss::shared() {

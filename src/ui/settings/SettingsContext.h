@@ -1,0 +1,34 @@
+#pragma once
+
+#include <functional>
+
+class AccessibilityAuthorization;
+class EventLog;
+class FilterPreferences;
+class HotKeyCenter;
+class InterfaceSettings;
+class PermissionCenter;
+class Preferences;
+class TranslationEngine;
+class TranslationSettings;
+class TriggerSettings;
+class Vocabulary;
+class WordSourceCatalog;
+
+// What the settings pages show and change. Every change goes through the settings objects,
+// so the coordinator follows at once. The capture services are missing where there is no
+// desktop to capture from (and in tests that leave them out).
+struct SettingsContext {
+    Preferences& preferences;
+    TriggerSettings& triggers;
+    FilterPreferences& filter;
+    TranslationSettings& translation;
+    InterfaceSettings& interface;
+    TranslationEngine& translator;
+    Vocabulary& vocabulary;
+    EventLog& log;
+    const WordSourceCatalog& dictionaries;
+    HotKeyCenter* hotKeys = nullptr;
+    PermissionCenter* permissions = nullptr;
+    AccessibilityAuthorization* accessibility = nullptr;
+};
