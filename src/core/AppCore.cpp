@@ -208,6 +208,15 @@ void AppCore::retryLastRejection() {
     run(text, true);
 }
 
+void AppCore::lookUpOnboardingCopy(const QString& text) {
+    const QString trimmed = UnicodeText::trimmed(text);
+    if (trimmed.isEmpty())
+        return;
+    m_deps.log.append(EventLog::Kind::trigger,
+                      u"新手引导｜试查 "_s + EventLog::privateSegment(trimmed));
+    run(trimmed, true);
+}
+
 // --- Lookups ---------------------------------------------------------------------------
 
 void AppCore::run(const QString& query, bool userInitiated) {

@@ -74,6 +74,11 @@ public:
         TimerSource* timers = &TimerSource::system();
         // The selection of the program's own window in front, for the hot key.
         std::function<std::optional<QString>()> copyFromOwnWindow;
+        // The program's own prompt for a feature's grant, and its settings at the permissions
+        // page; either may be empty (then the permission center writes what to do into the
+        // event log).
+        std::function<void(PermissionCenter::Feature feature)> presentPermissionPrompt;
+        std::function<void(SystemPermissions::Kind kind)> openPermissionsPage;
     };
 
     explicit AppCore(Dependencies dependencies, QObject* parent = nullptr);
@@ -88,6 +93,8 @@ public:
     void retryLastRejection();
     // The hot key: reads the current selection and looks it up.
     QCoro::Task<void> lookupSelection();
+    // The onboarding's sample text, looked up as if the user had selected it.
+    void lookUpOnboardingCopy(const QString& text);
     void reportOnDemandFailure(OnDemandFailure failure);
     // A grant that went away turns off what needs it, until it comes back.
     void checkAccessibilityStillGranted();
@@ -110,6 +117,7 @@ public:
     ClipboardMonitor& clipboard() { return m_clipboard; }
     // Nothing without capture adapters.
     PermissionCenter* permissions() { return m_permissions.get(); }
+    HotKeyCenter* hotKeys() { return m_hotKeys.get(); }
     AccessibilityAuthorization* accessibility() { return m_accessibility.get(); }
     bool isLookupInFlight() const { return m_inFlight.has_value(); }
 

@@ -38,8 +38,8 @@ void AppCore::makeCaptureSources() {
         .triggers = m_deps.triggers,
         .log = m_deps.log,
         .notify = [this](const QString& message) { m_deps.presenter.showNotice(message); },
-        .presentPrompt = {},
-        .openPermissionsPage = {}});
+        .presentPrompt = m_deps.presentPermissionPrompt,
+        .openPermissionsPage = m_deps.openPermissionsPage});
     m_selection = std::make_unique<SelectionCoordinator>(SelectionCoordinator::Dependencies{
         .reading = {.accessible = *adapters->accessible,
                     .primary = *adapters->primary,
