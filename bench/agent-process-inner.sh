@@ -20,7 +20,7 @@ ms() { date +%s%3N; }
 start_agent() { # $1: log file, $2: the program (default: quillet); extra environment in the caller's exports
     export HOME="$work/home" LF_LOG_STDOUT=1
     mkdir -p "$HOME/.config/Quillet"
-    echo "{\"translation.endpoint\": \"http://127.0.0.1:9\"${extra_settings:-}}" \
+    echo "{\"translation.endpoint\": \"http://127.0.0.1:9\", \"firstRun.sawOnboarding\": true${extra_settings:-}}" \
         >"$HOME/.config/Quillet/defaults.json"
     "${2:-$agent}" >"$1" 2>/dev/null &
     agent_pid=$!

@@ -26,7 +26,7 @@ trap cleanup EXIT
 export HOME="$work/home" XDG_RUNTIME_DIR="$work/runtime" LF_LOG_STDOUT=1
 mkdir -p "$HOME/.config/Quillet"
 mkdir -m 700 "$XDG_RUNTIME_DIR"
-echo '{"translation.endpoint": "http://127.0.0.1:9"}' >"$HOME/.config/Quillet/defaults.json"
+echo '{"translation.endpoint": "http://127.0.0.1:9", "firstRun.sawOnboarding": true}' >"$HOME/.config/Quillet/defaults.json"
 
 # Everyday words, a different one each copy (the list repeats past 40 copies).
 everyday=(water river mountain window garden market teacher bridge forest letter

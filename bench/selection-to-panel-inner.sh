@@ -28,7 +28,7 @@ mkdir -p "$HOME/.config/Quillet"
 mkdir -m 700 "$XDG_RUNTIME_DIR"
 if [ "$mode" = copy ]; then trigger='"trigger.method": "hotKey"'
 else trigger='"trigger.selectionEnabled": true'; fi
-echo "{\"translation.endpoint\": \"http://127.0.0.1:9\", $trigger}" \
+echo "{\"translation.endpoint\": \"http://127.0.0.1:9\", \"firstRun.sawOnboarding\": true, $trigger}" \
     >"$HOME/.config/Quillet/defaults.json"
 # The desktop's accessibility switch on, as a person relying on it has it.
 dbus-send --session --print-reply --dest=org.a11y.Bus /org/a11y/bus \

@@ -11,26 +11,27 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-QPixmap render(QSvgRenderer& renderer, int size, qreal scale) {
+QPixmap render(QSvgRenderer& renderer, int size, qreal scale, qreal opacity) {
     QPixmap pixmap(QSize(size, size) * scale);
     pixmap.fill(Qt::transparent);
     QPainter painter(&pixmap);
     painter.setRenderHint(QPainter::Antialiasing);
+    painter.setOpacity(opacity);
     renderer.render(&painter);
     painter.end();
     pixmap.setDevicePixelRatio(scale);
     return pixmap;
 }
 
-QIcon build(const QString& name, std::initializer_list<int> sizes) {
+QIcon build(const QString& name, std::initializer_list<int> sizes, qreal opacity = 1.0) {
     QSvgRenderer renderer(u":/icons/%1.svg"_s.arg(name));
     QIcon icon;
     if (!renderer.isValid())
         return icon;
     // Both scales, so the glyphs stay sharp on high-density screens.
     for (int size : sizes) {
-        icon.addPixmap(render(renderer, size, 1.0));
-        icon.addPixmap(render(renderer, size, 2.0));
+        icon.addPixmap(render(renderer, size, 1.0, opacity));
+        icon.addPixmap(render(renderer, size, 2.0, opacity));
     }
     return icon;
 }
@@ -49,6 +50,10 @@ public:
 // The mark is wanted once per window; built on each call.
 QIcon Icons::app() {
     return build(u"quillet"_s, {16, 22, 24, 32, 48, 64, 128, 256});
+}
+
+QIcon Icons::appPaused() {
+    return build(u"quillet"_s, {16, 22, 24, 32, 48, 64}, 0.4);
 }
 
 QIcon Icons::panel(const QString& name) {

@@ -270,6 +270,10 @@ void NotchPanel::showAtRest() {
     m_window->show();
 }
 
+void NotchPanel::setShowsAtRest(bool shows) {
+    m_window->setShowsWhenCollapsed(shows);
+}
+
 QWidget* NotchPanel::window() const {
     return m_window.get();
 }

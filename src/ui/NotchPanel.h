@@ -68,6 +68,8 @@ public:
 
     // Puts the collapsed pill on screen; every layout also shows the window by itself.
     void showAtRest();
+    // Whether the collapsed pill stays on screen between lookups.
+    void setShowsAtRest(bool shows);
 
     // For tests and diagnostics. The window's object name is "QuilletPanel"; its buttons are
     // named starButton, copyButton, speakButton, openButton, downloadButton, laterButton,

@@ -50,8 +50,7 @@ NotchWindow::NotchWindow(QWidget* content) : m_content(content) {
     connect(&m_animation, &QVariantAnimation::finished, this, [this] {
         m_visible = m_target;
         place(m_target);
-        if (!m_expanded)
-            m_content->hide();
+        settle();
     });
 
     m_target = m_visible = {PanelStyle::collapsedWidth, PanelStyle::collapsedHeight};
@@ -106,8 +105,7 @@ void NotchWindow::animateTo(QSize from, QSize to, int durationMs) {
     if (durationMs <= 0 || !isVisible() || from == to) {
         m_visible = to;
         place(to);
-        if (!m_expanded)
-            m_content->hide();
+        settle();
         return;
     }
     // Large enough for every frame; the content is laid out and painted once, at its place.
@@ -117,6 +115,24 @@ void NotchWindow::animateTo(QSize from, QSize to, int durationMs) {
     m_animation.setStartValue(from);
     m_animation.setEndValue(to);
     m_animation.start();
+}
+
+void NotchWindow::settle() {
+    if (m_expanded)
+        return;
+    m_content->hide();
+    if (!m_showsWhenCollapsed)
+        hide();
+}
+
+void NotchWindow::setShowsWhenCollapsed(bool shows) {
+    m_showsWhenCollapsed = shows;
+    if (m_expanded || isMoving())
+        return;
+    if (shows)
+        show();
+    else
+        hide();
 }
 
 void NotchWindow::place(QSize size) {

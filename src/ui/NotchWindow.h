@@ -23,6 +23,8 @@ public:
     void expandTo(QSize contentSize, int durationMs);
     void collapse(int durationMs);
     bool isExpanded() const { return m_expanded; }
+    // Whether the pill stays on screen once collapsed, or the window goes until the next drop.
+    void setShowsWhenCollapsed(bool shows);
     bool isMoving() const { return m_animation.state() == QAbstractAnimation::Running; }
     // The window size that holds content of `contentSize`, margins and shoulders included.
     static QSize windowSizeFor(QSize contentSize);
@@ -42,6 +44,8 @@ protected:
 
 private:
     void animateTo(QSize from, QSize to, int durationMs);
+    // Where a move ends: the content goes when collapsed, and the pill too unless it stays.
+    void settle();
     // Shows `visible` of the window, centred along its top edge.
     void reveal(QSize visible);
     // Gives the window `size`, centred at the top of the screen, with the content in place.
@@ -60,4 +64,5 @@ private:
     int m_contentLeft = 0;
     QRegion m_shape;
     bool m_expanded = false;
+    bool m_showsWhenCollapsed = true;
 };

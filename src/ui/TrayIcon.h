@@ -2,34 +2,33 @@
 
 #include <QMenu>
 #include <QObject>
-#include <QPointer>
 #include <QSystemTrayIcon>
 
-class EventLog;
-class EventLogWindow;
 class TriggerSettings;
 
-// The icon in the tray and its menu: pause or resume automatic lookups, the event log, quit.
+// The icon in the tray and the program's actions in its menu: look up the selection, the
+// settings, the event log, pause or resume automatic lookups (the icon fades while paused),
+// quit. The actions are signals; the agent decides what each opens.
 class TrayIcon : public QObject {
     Q_OBJECT
 public:
-    TrayIcon(TriggerSettings& triggers, EventLog& log, QObject* parent = nullptr);
-    ~TrayIcon() override;
+    explicit TrayIcon(TriggerSettings& triggers, QObject* parent = nullptr);
 
     void show();
     bool isVisible() const { return m_icon.isVisible(); }
-    void showEventLog();
+    QMenu& menu() { return m_menu; }
 
 Q_SIGNALS:
+    void lookUpSelectionRequested();
+    void settingsRequested();
+    void eventLogRequested();
     void quitRequested();
 
 private:
-    void updatePauseItem();
+    void showPauseState();
 
     TriggerSettings& m_triggers;
-    EventLog& m_log;
     QMenu m_menu;
     QAction* m_pause = nullptr;
     QSystemTrayIcon m_icon;
-    QPointer<EventLogWindow> m_logWindow;
 };

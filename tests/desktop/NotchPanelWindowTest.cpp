@@ -113,3 +113,21 @@ TEST_F(NotchPanelWindow, ThePointerOpensThePillAndLeavingFoldsIt) {
 }
 
 } // namespace
+
+TEST_F(NotchPanelWindow, WithoutTheIdleNotchTheWindowIsThereOnlyWhileItShowsSomething) {
+    QWidget* window = panel->window();
+    panel->showAtRest();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(window));
+    panel->setShowsAtRest(false);
+    EXPECT_FALSE(window->isVisible());
+
+    panel->show(wordResult(), true);
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(window));
+    panel->collapse();
+    // Gone once the fold ends, not before: the fold itself stays on screen.
+    EXPECT_TRUE(window->isVisible());
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !window->isVisible(); }));
+
+    panel->setShowsAtRest(true);
+    EXPECT_TRUE(window->isVisible());
+}

@@ -52,6 +52,9 @@ bool AgentProcess::start(const Options& options) {
     QJsonObject defaults = options.defaults;
     if (!defaults.contains(u"translation.endpoint"_s))
         defaults.insert(u"translation.endpoint"_s, u"http://127.0.0.1:9"_s);
+    // Someone who has used the program before: no onboarding window over the test's windows.
+    if (!defaults.contains(u"firstRun.sawOnboarding"_s))
+        defaults.insert(u"firstRun.sawOnboarding"_s, true);
     const QString configFolder = home.filePath(u".config/Quillet"_s);
     QDir().mkpath(configFolder);
     QFile settings(configFolder + u"/defaults.json"_s);
@@ -215,6 +218,21 @@ std::optional<QString> waitForPanelState(const QRegularExpression& pattern, int 
             return state;
         if (deadline.hasExpired())
             return std::nullopt;
+        QCoreApplication::processEvents();
+        QThread::msleep(50);
+    }
+}
+
+bool windowShown(const QString& namePattern, int timeoutMs) {
+    const QDeadlineTimer deadline(timeoutMs);
+    while (true) {
+        QProcess xdotool;
+        xdotool.start(u"xdotool"_s, {u"search"_s, u"--onlyvisible"_s, u"--name"_s, namePattern});
+        if (xdotool.waitForFinished(3000) && xdotool.exitCode() == 0 &&
+            !xdotool.readAllStandardOutput().trimmed().isEmpty())
+            return true;
+        if (deadline.hasExpired())
+            return false;
         QCoreApplication::processEvents();
         QThread::msleep(50);
     }

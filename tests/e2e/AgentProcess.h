@@ -92,6 +92,9 @@ std::optional<QString> panelState();
 // Waits until the panel state matches.
 std::optional<QString> waitForPanelState(const QRegularExpression& pattern,
                                          int timeoutMs = AgentProcess::lineTimeoutMs);
+// Whether a window whose title matches `namePattern` (xdotool's regular expression) is on
+// screen now, or within `timeoutMs`.
+bool windowShown(const QString& namePattern, int timeoutMs = 0);
 
 } // namespace Desktop
 

@@ -253,8 +253,9 @@ TEST_F(AgentSelectionTest, ThreeFailedReadsInOneApplicationShowTheNoticeOnce) {
         ASSERT_TRUE(agent.waitForLine(exactly(u"[错误] text-window：模拟复制未被响应"_s),
                                       AgentProcess::lineTimeoutMs, mark))
             << text(agent.linesSince(mark));
-        if (attempt < 3)
+        if (attempt < 3) {
             EXPECT_FALSE(Desktop::panelState().value_or(QString()).contains(notice));
+        }
     }
     EXPECT_TRUE(Desktop::waitForPanelState(QRegularExpression(QRegularExpression::escape(notice))));
 }

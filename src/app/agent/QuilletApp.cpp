@@ -19,13 +19,14 @@
 #include "platform/TranslationEngineFactory.h"
 #include "settings/DefaultsStore.h"
 #include "settings/FilterPreferences.h"
+#include "settings/InterfaceSettings.h"
 #include "settings/Preferences.h"
 #include "settings/RenameMigration.h"
 #include "settings/TranslationSettings.h"
 #include "settings/TriggerSettings.h"
 #include "ui/NotchPanel.h"
-#include "ui/TranslationSettingsWindow.h"
 #include "ui/TrayIcon.h"
+#include "ui/settings/SettingsWindow.h"
 
 #include <QApplication>
 #include <QDesktopServices>
@@ -170,7 +171,32 @@ int run(int argc, char** argv) {
     QObject::connect(&panel, &NotchPanel::stateChanged, &panel, mirrorState);
     QObject::connect(&panel, &NotchPanel::contentChanged, &panel, mirrorState);
     mirrorState();
-    TranslationSettingsWindow translationSettings(TranslationSettings::shared(), *translator);
+    InterfaceSettings& interface = InterfaceSettings::shared();
+    // Made the first time it is asked for: an agent whose settings are never opened keeps
+    // none of its pages in memory.
+    AppCore* corePointer = nullptr;
+    std::unique_ptr<SettingsWindow> settingsWindow;
+    const auto openSettings = [&](std::optional<SettingsPage> page) {
+        if (!settingsWindow) {
+            settingsWindow = std::make_unique<SettingsWindow>(SettingsContext{
+                .preferences = preferences,
+                .triggers = triggers,
+                .filter = filter,
+                .translation = TranslationSettings::shared(),
+                .interface = interface,
+                .translator = *translator,
+                .vocabulary = vocabulary,
+                .log = log,
+                .dictionaries = catalog,
+                .hotKeys = corePointer ? corePointer->hotKeys() : nullptr,
+                .permissions = corePointer ? corePointer->permissions() : nullptr,
+                .accessibility = corePointer ? corePointer->accessibility() : nullptr});
+        }
+        if (page)
+            settingsWindow->present(*page);
+        else
+            settingsWindow->present();
+    };
     AppCore core(
         {.presenter = panel,
          .pasteboard = *pasteboard,
@@ -183,26 +209,52 @@ int run(int argc, char** argv) {
          .filter = filter,
          .speak = [](const QString& text) { Pronouncer::shared().speak(text); },
          .openInDictionary = openInDictionary,
-         .openTranslationSettings = [&translationSettings] { translationSettings.present(); },
+         .openTranslationSettings = [&openSettings] { openSettings(SettingsPage::dictionaries); },
          // A damaged database says so itself ("内置词库无法读取…"); this is for none at all.
          .wordDatabaseMissing = !bundled.isAvailable() && !bundled.problem(),
          .clipboardPollMs = clipboardPollMs(),
          .capture = &capture,
          .store = &store,
-         .copyFromOwnWindow = ownWindowSelection});
+         .copyFromOwnWindow = ownWindowSelection,
+         .presentPermissionPrompt =
+             [&openSettings](PermissionCenter::Feature) {
+                 openSettings(SettingsPage::permissions);
+             },
+         .openPermissionsPage =
+             [&openSettings](SystemPermissions::Kind) {
+                 openSettings(SettingsPage::permissions);
+             }});
+    corePointer = &core;
+    // The pages hold on to the coordinator's services: they go first.
+    const auto closeSettings = qScopeGuard([&settingsWindow] { settingsWindow.reset(); });
 
     watchSettingsFile(store, panel, log);
 
-    TrayIcon tray(triggers, log);
+    TrayIcon tray(triggers);
     QObject::connect(&tray, &TrayIcon::quitRequested, &application, &QApplication::quit);
+    QObject::connect(&tray, &TrayIcon::lookUpSelectionRequested, &core,
+                     [&core] { core.lookupSelection(); });
+    QObject::connect(&tray, &TrayIcon::settingsRequested, &core,
+                     [&openSettings] { openSettings(std::nullopt); });
+    QObject::connect(&tray, &TrayIcon::eventLogRequested, &core,
+                     [&openSettings] { openSettings(SettingsPage::eventLog); });
     TerminationSignals termination;
     QObject::connect(&termination, &TerminationSignals::received, &application,
                      &QApplication::quit);
-    // Reopening shows the settings or the notebook; neither window exists yet.
+    // A second launch opens what the person chose; the notebook has no window yet, so both
+    // open the settings.
     QObject::connect(&instance, &SingleInstance::messageReceived, &application,
-                     [](const QByteArray&) {});
+                     [&openSettings](const QByteArray& message) {
+                         if (message == "reopen")
+                             openSettings(std::nullopt);
+                     });
     tray.show();
-    panel.showAtRest();
+    panel.setShowsAtRest(interface.showsIdleNotch());
+    QObject::connect(&interface, &SettingsObject::changed, &panel,
+                     [&panel, &interface](Settings::Id setting) {
+                         if (setting == Settings::Id::showsIdleNotch)
+                             panel.setShowsAtRest(interface.showsIdleNotch());
+                     });
     core.start();
     if (const QScreen* screen = QApplication::primaryScreen())
         core.noteDisplayLayout(screen->name(), false);
