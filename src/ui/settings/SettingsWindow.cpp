@@ -1,6 +1,7 @@
 #include "ui/settings/SettingsWindow.h"
 
 #include "ui/Icons.h"
+#include "ui/PanelStyle.h"
 #include "ui/settings/SettingsForm.h"
 #include "ui/settings/SettingsPageFactory.h"
 
@@ -18,6 +19,8 @@ SettingsWindow::SettingsWindow(SettingsContext context, QWidget* parent)
     setWindowIcon(Icons::app());
     setAttribute(Qt::WA_StyledBackground);
     setStyleSheet(SettingsForm::styleSheet());
+    // The panel's type, inherited by every control of every page.
+    setFont(PanelStyle::textFont(13));
     resize(760, 560);
 
     auto* layout = new QHBoxLayout(this);
