@@ -11,6 +11,8 @@ namespace HotKeyNames {
 std::optional<QString> layoutCharacter(quint32 keyCode);
 // The modifiers present in `modifiers` (HotKeySpec bits) followed by `keyName`.
 QString combination(quint32 modifiers, const QString& keyName);
+// One modifier key (a single HotKeySpec bit) as this OS labels it on its own.
+QString modifierName(quint32 modifier);
 // Shown when a recorded press holds none of control, option and command.
 QString modifierRequired();
 

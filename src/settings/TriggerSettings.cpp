@@ -111,24 +111,31 @@ void TriggerSettings::setHotKey(const std::optional<HotKeySpec>& spec) {
     assign(Settings::hotKey, m_hotKey, spec);
 }
 
+template <typename Value>
+std::optional<TriggerSettings::Denial>
+TriggerSettings::tryChange(Value& field, Value value, void (TriggerSettings::*setter)(Value),
+                           const PermissionCheck& check) {
+    const Value previous = field;
+    field = value;
+    std::optional<Denial> denial = check ? check(*this) : std::nullopt;
+    field = previous;
+    if (!denial)
+        (this->*setter)(value);
+    return denial;
+}
+
 std::optional<TriggerSettings::Denial> TriggerSettings::trySetMethod(Method method,
                                                                      const PermissionCheck& check) {
-    const Method previous = m_method;
-    m_method = method;
-    std::optional<Denial> denial = check ? check(*this) : std::nullopt;
-    m_method = previous;
-    if (!denial)
-        setMethod(method);
-    return denial;
+    return tryChange(m_method, method, &TriggerSettings::setMethod, check);
 }
 
 std::optional<TriggerSettings::Denial>
 TriggerSettings::trySetSelection(bool enabled, const PermissionCheck& check) {
-    const bool previous = m_selectionEnabled;
-    m_selectionEnabled = enabled;
-    std::optional<Denial> denial = check ? check(*this) : std::nullopt;
-    m_selectionEnabled = previous;
-    if (!denial)
-        setSelectionEnabled(enabled);
-    return denial;
+    return tryChange(m_selectionEnabled, enabled, &TriggerSettings::setSelectionEnabled, check);
+}
+
+std::optional<TriggerSettings::Denial>
+TriggerSettings::trySetPointerLookup(bool enabled, const PermissionCheck& check) {
+    return tryChange(m_pointerLookupEnabled, enabled, &TriggerSettings::setPointerLookupEnabled,
+                     check);
 }

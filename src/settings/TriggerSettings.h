@@ -57,10 +57,16 @@ public:
     // The same changes, refused with a denial when `check` says a permission is missing.
     std::optional<Denial> trySetMethod(Method method, const PermissionCheck& check);
     std::optional<Denial> trySetSelection(bool enabled, const PermissionCheck& check);
+    std::optional<Denial> trySetPointerLookup(bool enabled, const PermissionCheck& check);
 
 private:
     void carryPointerLookupForward();
     void carrySelectionForward();
+    // Shows `check` the settings with `value` in `field`, and sets it unless refused.
+    template <typename Value>
+    std::optional<Denial> tryChange(Value& field, Value value,
+                                    void (TriggerSettings::*setter)(Value),
+                                    const PermissionCheck& check);
 
     bool m_isMuted = false;
     bool m_videoSubtitlesEnabled = false;

@@ -16,16 +16,26 @@ std::optional<QString> layoutCharacter(quint32 keyCode) {
 
 QString combination(quint32 modifiers, const QString& keyName) {
     QStringList parts;
-    if (modifiers & HotKeySpec::control)
-        parts << u"Ctrl"_s;
-    if (modifiers & HotKeySpec::option)
-        parts << u"Alt"_s;
-    if (modifiers & HotKeySpec::shift)
-        parts << u"Shift"_s;
-    if (modifiers & HotKeySpec::command)
-        parts << u"Super"_s;
+    for (const quint32 modifier :
+         {HotKeySpec::control, HotKeySpec::option, HotKeySpec::shift, HotKeySpec::command})
+        if (modifiers & modifier)
+            parts << modifierName(modifier);
     parts << keyName;
     return parts.join(u'+');
+}
+
+QString modifierName(quint32 modifier) {
+    switch (modifier) {
+    case HotKeySpec::control:
+        return u"Ctrl"_s;
+    case HotKeySpec::option:
+        return u"Alt"_s;
+    case HotKeySpec::shift:
+        return u"Shift"_s;
+    case HotKeySpec::command:
+        return u"Super"_s;
+    }
+    return {};
 }
 
 QString modifierRequired() {

@@ -25,6 +25,20 @@ QString combination(quint32 modifiers, const QString& keyName) {
     return name + keyName;
 }
 
+QString modifierName(quint32 modifier) {
+    switch (modifier) {
+    case HotKeySpec::control:
+        return u"⌃ Control"_s;
+    case HotKeySpec::option:
+        return u"⌥ Option"_s;
+    case HotKeySpec::shift:
+        return u"⇧ Shift"_s;
+    case HotKeySpec::command:
+        return u"⌘ Command"_s;
+    }
+    return {};
+}
+
 QString modifierRequired() {
     return u"至少需包含 ⌃ ⌥ ⌘ 之一"_s;
 }
