@@ -1,5 +1,6 @@
 // What the hot-key center relies on from global key combinations, checked against the
 // scripted fake the unit tests use and against the X11 key grabs on a real X server.
+#include "ForeignKeyGrab.h"
 #include "X11TestInput.h"
 #include "harness/ScriptedHotKeys.h"
 #include "keys/MacKeyCodes.h"
@@ -45,26 +46,6 @@ QString xdotoolName(quint32 keyCode, quint32 modifiers) {
     return parts.join(u'+');
 }
 
-// Another X client: it holds a grab on the root window until it goes.
-class ForeignGrabber {
-public:
-    ForeignGrabber() : m_connection(xcb_connect(nullptr, nullptr)) {}
-    ~ForeignGrabber() { xcb_disconnect(m_connection); }
-
-    bool grab(quint32 keyCode, quint16 xModifiers) {
-        const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(m_connection)).data->root;
-        xcb_generic_error_t* error = xcb_request_check(
-            m_connection, xcb_grab_key_checked(m_connection, 1, root, xModifiers,
-                                               xcb_keycode_t(*MacKeyCodes::toX11KeyCode(keyCode)),
-                                               XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC));
-        std::free(error);
-        return error == nullptr;
-    }
-
-private:
-    xcb_connection_t* m_connection;
-};
-
 struct Scripted {
     static constexpr bool isScripted = true;
     ScriptedHotKeys keys;
@@ -84,7 +65,7 @@ struct Desktop {
     static constexpr bool isScripted = false;
     XcbEventConnection connection;
     XcbHotKeys keys{connection};
-    ForeignGrabber foreign;
+    ForeignKeyGrab foreign;
 
     bool press(quint32 keyCode, quint32 modifiers) {
         return xdotool({u"key"_s, xdotoolName(keyCode, modifiers)});
