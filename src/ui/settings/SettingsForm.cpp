@@ -79,6 +79,11 @@ QListWidget#settingsSidebar::item { color: %2; padding: 7px 12px; border-radius:
 QListWidget#settingsSidebar::item:selected { color: %1; background: rgba(100,178,255,60); }
 QLabel[role="refusal"] { color: %5; }
 QCheckBox, QRadioButton { color: %1; spacing: 8px; }
+QCheckBox::indicator, QRadioButton::indicator { width: 14px; height: 14px; border: 1px solid rgba(255,255,255,90); background: rgba(255,255,255,14); }
+QCheckBox::indicator { border-radius: 4px; }
+QRadioButton::indicator { border-radius: 8px; }
+QCheckBox::indicator:checked, QRadioButton::indicator:checked { border-color: %3; background: %3; }
+QCheckBox::indicator:disabled, QRadioButton::indicator:disabled { border-color: rgba(255,255,255,40); }
 QLineEdit, QComboBox, QSpinBox, QDoubleSpinBox { color: %1; background: rgba(255,255,255,18); border: 1px solid rgba(255,255,255,30); border-radius: 6px; padding: 4px 8px; selection-background-color: %3; }
 QComboBox QAbstractItemView { color: %1; background: %4; selection-background-color: %3; }
 QListWidget { color: %1; background: rgba(255,255,255,10); border: 1px solid rgba(255,255,255,24); border-radius: 8px; }
