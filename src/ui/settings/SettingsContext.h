@@ -1,8 +1,10 @@
 #pragma once
 
+#include <QStringList>
 #include <functional>
 
 class AccessibilityAuthorization;
+class DefaultsStore;
 class EventLog;
 class FilterPreferences;
 class HotKeyCenter;
@@ -31,4 +33,10 @@ struct SettingsContext {
     HotKeyCenter* hotKeys = nullptr;
     PermissionCenter* permissions = nullptr;
     AccessibilityAuthorization* accessibility = nullptr;
+    // Shows the folder the user adds dictionaries to; the button is left out without it.
+    std::function<void()> openDictionaryFolder = {};
+    // The settings file, which the diagnostics export reads.
+    DefaultsStore* store = nullptr;
+    // One line per capability with its state ("辅助功能：已开启"), for the diagnostics export.
+    std::function<QStringList()> capabilityStates = {};
 };
