@@ -20,6 +20,15 @@ void followChanges() {
         backend().followChanges();
 }
 
+void whenListed(QObject* context, std::function<void()> listener) {
+    if (backend().whenListed)
+        backend().whenListed(context, std::move(listener));
+}
+
+QList<Folder> folders() {
+    return backend().folders ? backend().folders() : QList<Folder>();
+}
+
 bool isAvailable() {
     return backend().isAvailable && backend().isAvailable();
 }

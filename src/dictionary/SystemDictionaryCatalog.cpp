@@ -65,3 +65,7 @@ bool SystemDictionaryCatalog::givesChineseGloss(const QString& identifier) const
     m_verdicts.insert(identifier, {version, verdict});
     return verdict;
 }
+
+void SystemDictionaryCatalog::whenChanged(QObject* context, std::function<void()> listener) const {
+    SystemDictionaryBridge::whenListed(context, std::move(listener));
+}

@@ -22,6 +22,7 @@ public:
     QList<DictionaryEntry> parseDefinition(const QString& text,
                                            const QString& fallbackHeadword) const override;
     bool givesChineseGloss(const QString& identifier) const override;
+    void whenChanged(QObject* context, std::function<void()> listener) const override;
 
 private:
     struct Verdict {

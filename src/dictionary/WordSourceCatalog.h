@@ -5,7 +5,10 @@
 #include <QList>
 #include <QString>
 #include <QStringList>
+#include <functional>
 #include <optional>
+
+class QObject;
 
 // The dictionaries a word lookup walks, in the user's order: the bundled database and the
 // dictionaries installed on the system.
@@ -37,6 +40,9 @@ public:
     // A bilingual dictionary that glosses English in Chinese. Callers ask freely: the
     // catalog judges each version of a dictionary once.
     virtual bool givesChineseGloss(const QString& identifier) const = 0;
+    // Calls `listener` on `context`'s thread whenever the installed dictionaries may have
+    // changed, for as long as `context` lives; catalogs that cannot tell never call it.
+    virtual void whenChanged(QObject* /*context*/, std::function<void()> /*listener*/) const {}
 };
 
 // Only the bundled database answers: for callers that leave the system's dictionaries out.

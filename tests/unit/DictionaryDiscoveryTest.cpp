@@ -9,6 +9,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 #include <gtest/gtest.h>
+#include <thread>
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
@@ -85,6 +86,21 @@ TEST(DictionaryDiscoveryTest, FolderCreatedAfterStartIsFollowed) {
     ASSERT_TRUE(fixture.changeSeen());
     fixture.settleAndWait();
     EXPECT_EQ(fixture.identifiers(), QStringList{u"stardict:late"_s});
+}
+
+// Installed while the first walk's list is on its way to the main thread: the folders were
+// followed before that walk, and its arrival must not drop what the watch saw meanwhile.
+TEST(DictionaryDiscoveryTest, DictionaryInstalledDuringAWalkIsNotMissed) {
+    DiscoveryFixture fixture;
+    fixture.install(u"first"_s);
+    fixture.discovery.start();
+    // The walk is over, its list not yet taken in: no event has been handled since start.
+    while (fixture.discovery.walks() < 1)
+        std::this_thread::yield();
+    fixture.install(u"meanwhile"_s);
+    ASSERT_TRUE(fixture.changeSeen());
+    fixture.settleAndWait();
+    EXPECT_EQ(fixture.identifiers(), (QStringList{u"stardict:first"_s, u"stardict:meanwhile"_s}));
 }
 
 TEST(DictionaryDiscoveryTest, UnfollowedEveryCallSeesTheFoldersAsTheyAre) {

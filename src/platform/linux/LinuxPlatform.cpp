@@ -33,6 +33,16 @@ DictionaryDiscovery& discovery() {
     return shared;
 }
 
+// Packages install under /usr; every other standard folder is in the user's home.
+QList<SystemDictionaryBridge::Folder> folders(const StarDictDictdShelf::Folders& found) {
+    QList<SystemDictionaryBridge::Folder> listed;
+    for (const QString& path : found.starDict)
+        listed.append({path, u"StarDict"_s, !path.startsWith(u"/usr/"_s)});
+    for (const QString& path : found.dictd)
+        listed.append({path, u"dictd"_s, !path.startsWith(u"/usr/"_s)});
+    return listed;
+}
+
 } // namespace
 
 void Platform::install() {
@@ -44,6 +54,12 @@ void Platform::install() {
                 return shelf().definition(word, handle.identifier);
             },
         .followChanges = [] { discovery().start(); },
+        .whenListed =
+            [](QObject* context, std::function<void()> listener) {
+                QObject::connect(&discovery(), &DictionaryDiscovery::listed, context,
+                                 std::move(listener));
+            },
+        .folders = [] { return folders(StarDictDictdShelf::standardFolders()); },
     });
 }
 

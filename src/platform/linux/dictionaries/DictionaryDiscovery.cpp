@@ -54,6 +54,9 @@ void DictionaryDiscovery::start() {
     m_watcher = std::make_unique<QFileSystemWatcher>();
     connect(m_watcher.get(), &QFileSystemWatcher::directoryChanged, this,
             &DictionaryDiscovery::walkSoon);
+    // Followed before the first walk, so that nothing installed meanwhile goes unseen.
+    if (const QStringList folders = foldersToFollow(m_folders()); !folders.isEmpty())
+        m_watcher->addPaths(folders);
     const std::lock_guard lock(m_mutex);
     startWalkLocked();
 }
@@ -132,9 +135,22 @@ void DictionaryDiscovery::walkSoon() {
 void DictionaryDiscovery::follow(const QStringList& folders) {
     if (!m_watcher)
         return;
+    // Watches that stay are kept, not renewed: a change they saw that waits to be read would
+    // be dropped with them.
     const QStringList watched = m_watcher->directories();
-    if (!watched.isEmpty())
-        m_watcher->removePaths(watched);
-    if (!folders.isEmpty())
-        m_watcher->addPaths(folders);
+    QStringList gone;
+    for (const QString& folder : watched)
+        if (!folders.contains(folder))
+            gone.append(folder);
+    QStringList added;
+    for (const QString& folder : folders)
+        if (!watched.contains(folder))
+            added.append(folder);
+    if (!gone.isEmpty())
+        m_watcher->removePaths(gone);
+    if (added.isEmpty())
+        return;
+    m_watcher->addPaths(added);
+    // A folder that appeared during the walk was not watched while files went into it.
+    walkSoon();
 }

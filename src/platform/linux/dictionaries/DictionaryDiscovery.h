@@ -15,7 +15,8 @@
 
 // The installed dictionaries, listed by the shelf walking its folders on a worker thread.
 // Once start() has been called, the folders are followed: the list is walked at once, and
-// again only when a watched folder changes and the changes have settled; a caller that needs
+// again only when a watched folder changes (or a folder to watch appeared during a walk) and
+// the changes have settled; a caller that needs
 // it before the first walk has finished waits for that walk. After each walk the worker also
 // reads every dictionary's word lists. Unfollowed (a one-shot command), every call walks the
 // folders on the caller's thread, since nothing would tell of a change. dictionaries() may
