@@ -15,4 +15,7 @@ QString accessibilityGrantNote();
 // Where the grant is given, for the event log when no settings pane can be opened.
 QString permissionSettingsHint(bool accessibility);
 
+// How the user adds a dictionary to those the lookups ask, for the dictionary settings.
+QString addingDictionaries();
+
 } // namespace PlatformTexts

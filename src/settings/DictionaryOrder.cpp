@@ -1,5 +1,7 @@
 #include "settings/DictionaryOrder.h"
 
+#include <QHash>
+
 using namespace Qt::StringLiterals;
 
 namespace DictionaryOrder {
@@ -57,6 +59,24 @@ QStringList resolve(const QStringList& saved, const QSet<QString>& removed,
     for (const QString& identifier : available)
         if (!order.contains(identifier) && !removed.contains(identifier))
             order << identifier;
+    return order;
+}
+
+QStringList arranged(const QStringList& saved, const QStringList& shown) {
+    QStringList leading;
+    QHash<QString, QStringList> followers;
+    const QString* anchor = nullptr;
+    for (const QString& identifier : saved) {
+        if (shown.contains(identifier))
+            anchor = &identifier;
+        else if (anchor)
+            followers[*anchor].append(identifier);
+        else
+            leading.append(identifier);
+    }
+    QStringList order = leading;
+    for (const QString& identifier : shown)
+        order << identifier << followers.value(identifier);
     return order;
 }
 

@@ -22,5 +22,9 @@ QStringList migrated(const std::optional<QString>& legacy, const QStringList& ac
                      const IsChineseEnglish& isChineseEnglish);
 QStringList resolve(const QStringList& saved, const QSet<QString>& removed,
                     const QStringList& active);
+// The order to save once the user has arranged the shown sources (the resolved order) as
+// `shown`. Saved entries not shown (removed, or not installed now) stay behind the shown
+// entry they followed, so each comes back where it was.
+QStringList arranged(const QStringList& saved, const QStringList& shown);
 
 } // namespace DictionaryOrder

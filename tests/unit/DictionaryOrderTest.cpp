@@ -81,3 +81,35 @@ TEST(DictionaryOrder, resolveKeepsSavedOrderAndAppendsNewcomers) {
     for (const auto& c : cases)
         EXPECT_EQ(DictionaryOrder::resolve(c.saved, c.removed, c.active), c.expected) << c.what;
 }
+
+// Arranging what the list shows must not forget what it hides: a removed dictionary or one
+// not installed right now comes back behind the entry it followed.
+TEST(DictionaryOrder, arrangingKeepsHiddenEntriesInPlace) {
+    const struct {
+        const char* what;
+        QStringList saved;
+        QStringList shown;
+        QStringList expected;
+    } cases[] = {
+        {"plain move", {kBundled, kOCD, kNOAD}, {kNOAD, kBundled, kOCD}, {kNOAD, kBundled, kOCD}},
+        {"hidden rides with the entry before it",
+         {kBundled, kODE, kOCD, kNOAD},
+         {kOCD, kNOAD, kBundled},
+         {kOCD, kNOAD, kBundled, kODE}},
+        {"hidden before every shown one stays first",
+         {kODE, kApple, kBundled, kOCD},
+         {kOCD, kBundled},
+         {kODE, kApple, kOCD, kBundled}},
+        {"newcomers not yet saved take their shown place",
+         {kBundled, kODE},
+         {kStarDict, kBundled},
+         {kStarDict, kBundled, kODE}},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(DictionaryOrder::arranged(c.saved, c.shown), c.expected) << c.what;
+        // What lookups walk afterwards is exactly what was shown.
+        QStringList active = c.shown;
+        active.removeAll(kBundled);
+        EXPECT_EQ(DictionaryOrder::resolve(c.expected, {kODE, kApple}, active), c.shown) << c.what;
+    }
+}

@@ -18,4 +18,10 @@ QString permissionSettingsHint(bool accessibility) {
                : u"权限｜X11 桌面无需屏幕录制授权"_s;
 }
 
+QString addingDictionaries() {
+    return u"把 StarDict 格式的词典（.ifo、.idx 和 .dict 或 .dict.dz 文件，可以放在子文件夹里）"
+           u"复制到下面你自己的文件夹；dictd 词典用软件包安装，例如 sudo apt install dict-gcide "
+           u"dict-wn。新装的词典会自动排到列表末尾。"_s;
+}
+
 } // namespace PlatformTexts

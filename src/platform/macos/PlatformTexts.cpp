@@ -18,4 +18,8 @@ QString permissionSettingsHint(bool accessibility) {
                          : u"权限｜在「系统设置 › 隐私与安全性 › 屏幕录制」中授权"_s;
 }
 
+QString addingDictionaries() {
+    return u"在「词典」App 的设置里勾选要用的词典，它们会自动排到列表末尾。"_s;
+}
+
 } // namespace PlatformTexts
