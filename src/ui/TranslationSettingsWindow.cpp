@@ -1,8 +1,8 @@
 #include "ui/TranslationSettingsWindow.h"
 
 #include "ui/PanelStyle.h"
-#include "ui/TranslationServerFields.h"
-#include "ui/TranslationStatusView.h"
+#include "ui/settings/TranslationServerFields.h"
+#include "ui/settings/TranslationStatusView.h"
 
 #include <QFrame>
 #include <QLabel>

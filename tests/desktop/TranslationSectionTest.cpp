@@ -1,11 +1,10 @@
-#include "ui/TranslationSettingsWindow.h"
-
+// The translation section of the 「词典与翻译」 page, in the settings window, against a fake
+// model server.
+#include "SettingsPageObjects.h"
 #include "harness/FakeModelServer.h"
 #include "harness/ManualTimers.h"
-#include "logs/EventLog.h"
 #include "platform/linux/translation/LocalModelTranslationEngine.h"
-#include "settings/DefaultsStore.h"
-#include "settings/TranslationSettings.h"
+#include "ui/settings/SettingsWindow.h"
 
 #include <QComboBox>
 #include <QLabel>
@@ -45,24 +44,30 @@ QString closedEndpoint() {
     return u"http://127.0.0.1:%1"_s.arg(probe.serverPort());
 }
 
-class TranslationSettingsWindowTest : public testing::Test {
+class TranslationSectionTest : public testing::Test {
 protected:
     QTemporaryDir dir;
-    DefaultsStore store{dir.filePath(u"defaults.json"_s)};
-    TranslationSettings settings{store};
-    EventLog log{[](const QString&, const QDateTime&) {}, false};
+    SettingsPageObjects objects{dir.filePath(u"defaults.json"_s)};
+    DefaultsStore& store = objects.store;
+    TranslationSettings& settings = objects.translation;
     FakeModelServer server;
     ManualTimers timers;
     std::unique_ptr<LocalModelTranslationEngine> engine;
-    std::unique_ptr<TranslationSettingsWindow> window;
+    std::unique_ptr<SettingsWindow> window;
 
     void SetUp() override {
         ASSERT_TRUE(server.listen());
         server.installed = {kModel};
         settings.setEndpoint(QUrl(server.endpoint()));
         settings.setModel(kModel);
-        engine = std::make_unique<LocalModelTranslationEngine>(settings, log, testTiming(timers));
-        window = std::make_unique<TranslationSettingsWindow>(settings, *engine);
+        engine = std::make_unique<LocalModelTranslationEngine>(settings, objects.log,
+                                                               testTiming(timers));
+        window = std::make_unique<SettingsWindow>(objects.context(engine.get()));
+    }
+
+    void present() {
+        window->present(SettingsPage::dictionaries);
+        ASSERT_TRUE(QTest::qWaitForWindowExposed(window.get()));
     }
 
     template <typename Widget> Widget* child(const QString& name) const {
@@ -112,8 +117,8 @@ protected:
     }
 };
 
-TEST_F(TranslationSettingsWindowTest, StatusFollowsWhatTheServerSays) {
-    window->present();
+TEST_F(TranslationSectionTest, StatusFollowsWhatTheServerSays) {
+    present();
     expectStatus(u"已就绪"_s);
     EXPECT_FALSE(visible(u"downloadButton"_s));
     EXPECT_TRUE(hint().contains(kModel));
@@ -137,18 +142,18 @@ TEST_F(TranslationSettingsWindowTest, StatusFollowsWhatTheServerSays) {
     EXPECT_FALSE(visible(u"downloadButton"_s));
     EXPECT_TRUE(hint().contains(kModel));
 
-    // Closing only hides; presenting again asks the server afresh.
-    const QPointer<TranslationSettingsWindow> alive(window.get());
+    // Closing only hides; showing the page again asks the server afresh.
+    const QPointer<SettingsWindow> alive(window.get());
     window->close();
     EXPECT_TRUE(alive && window->isHidden());
     server.installed = {kModel};
-    window->present();
+    present();
     EXPECT_TRUE(window->isVisible());
     expectStatus(u"已就绪"_s);
 }
 
-TEST_F(TranslationSettingsWindowTest, RefusedValuesAreNotStored) {
-    window->present();
+TEST_F(TranslationSectionTest, RefusedValuesAreNotStored) {
+    present();
     expectStatus(u"已就绪"_s);
     const QString endpoint = server.endpoint();
     ASSERT_EQ(storedEndpoint(), endpoint);
@@ -182,9 +187,9 @@ TEST_F(TranslationSettingsWindowTest, RefusedValuesAreNotStored) {
     EXPECT_FALSE(visible(u"modelProblem"_s));
 }
 
-TEST_F(TranslationSettingsWindowTest, DownloadShowsProgressAndEndsReady) {
+TEST_F(TranslationSectionTest, DownloadShowsProgressAndEndsReady) {
     slowDownload(10);
-    window->present();
+    present();
     expectStatus(u"模型未下载"_s);
     QList<int> shown;
     QObject::connect(child<QProgressBar>(u"downloadProgress"_s), &QProgressBar::valueChanged,
@@ -205,10 +210,10 @@ TEST_F(TranslationSettingsWindowTest, DownloadShowsProgressAndEndsReady) {
         << "the bar moves while the download runs";
 }
 
-TEST_F(TranslationSettingsWindowTest, DownloadThatDoesNotFinishSaysSo) {
+TEST_F(TranslationSectionTest, DownloadThatDoesNotFinishSaysSo) {
     // Cancelled by the user.
     slowDownload(100);
-    window->present();
+    present();
     expectStatus(u"模型未下载"_s);
     click(u"downloadButton"_s);
     ASSERT_TRUE(QTest::qWaitFor([&] { return downloadUnderWay(); }));

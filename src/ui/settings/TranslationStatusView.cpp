@@ -1,4 +1,4 @@
-#include "ui/TranslationStatusView.h"
+#include "ui/settings/TranslationStatusView.h"
 
 #include "lookup/TranslationEngine.h"
 #include "settings/TranslationSettings.h"

@@ -1,4 +1,4 @@
-#include "ui/TranslationServerFields.h"
+#include "ui/settings/TranslationServerFields.h"
 
 #include "settings/SettingTypes.h"
 #include "settings/TranslationSettings.h"
