@@ -66,6 +66,11 @@ bool Vocabulary::isNearlyFull() const {
     return m_entries.size() - starredCount() >= nearlyFullAt;
 }
 
+bool Vocabulary::ownsStoreKey(const QString& key) {
+    return key == kStorageKey || key == kWordListKey || key == kQueryHistoryKey ||
+           key.startsWith(kStorageKey + u".unreadable"_s);
+}
+
 QString Vocabulary::normalize(const QString& text, Kind kind) {
     const QString trimmed = UnicodeText::trimmed(text);
     return kind == Kind::word ? UnicodeText::lowercased(trimmed) : trimmed;

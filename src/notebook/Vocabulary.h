@@ -109,6 +109,9 @@ public:
     // gloss, else empty.
     QString exportText(ExportFormat format, ExportScope scope) const;
 
+    // Whether the notebook keeps `key` in the store: its list, the lists of older versions it
+    // carries forward, and the copies of a list it could not read.
+    static bool ownsStoreKey(const QString& key);
     static QString normalize(const QString& text, Kind kind);
     static bool isRecordableWord(const QString& text);
     // "今天", "昨天", "M 月 d 日" this year, else "yyyy 年 M 月 d 日".

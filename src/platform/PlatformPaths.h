@@ -14,6 +14,9 @@ std::optional<QString> logDirectory();
 std::optional<QString> configDirectory();
 // Where the program keeps its own data files. Other programs' folders are its siblings.
 std::optional<QString> dataDirectory();
+// Where files the user asked for are saved (the diagnostics export): the user's download
+// folder, else the home folder.
+std::optional<QString> downloadDirectory();
 // Another of Quillet's programs, installed beside the running one; nothing when the running
 // program cannot tell where it is.
 std::optional<QString> siblingExecutable(const QString& name);

@@ -1,5 +1,6 @@
 #include "platform/PlatformPaths.h"
 
+#include <QFile>
 #include <QFileInfo>
 
 using namespace Qt::StringLiterals;
@@ -25,7 +26,46 @@ std::optional<QString> ours(const char* variable, const QString& fallback) {
     return *base + u"/Quillet"_s;
 }
 
+// XDG_DOWNLOAD_DIR from the user-dirs file, as xdg-user-dirs writes it:
+// XDG_DOWNLOAD_DIR="$HOME/Downloads", or an absolute path. The home folder itself means
+// there is no download folder.
+std::optional<QString> configuredDownloads(const QString& home) {
+    const auto config = xdgDirectory("XDG_CONFIG_HOME", u".config"_s);
+    if (!config)
+        return std::nullopt;
+    QFile file(*config + u"/user-dirs.dirs"_s);
+    if (!file.open(QIODevice::ReadOnly | QIODevice::Text))
+        return std::nullopt;
+    const QString key = u"XDG_DOWNLOAD_DIR="_s;
+    while (!file.atEnd()) {
+        const QString line = QString::fromUtf8(file.readLine()).trimmed();
+        if (!line.startsWith(key))
+            continue;
+        QString path = line.sliced(key.size());
+        if (path.size() >= 2 && path.startsWith(u'"') && path.endsWith(u'"'))
+            path = path.sliced(1, path.size() - 2);
+        if (path.startsWith(u"$HOME"_s))
+            path = home + path.sliced(5);
+        while (path.size() > 1 && path.endsWith(u'/'))
+            path.chop(1);
+        if (!path.startsWith(u'/') || path == home)
+            return std::nullopt;
+        return path;
+    }
+    return std::nullopt;
+}
+
 } // namespace
+
+std::optional<QString> downloadDirectory() {
+    const QString home = qEnvironmentVariable("HOME");
+    if (home.isEmpty())
+        return std::nullopt;
+    if (const auto configured = configuredDownloads(home))
+        return configured;
+    const QString downloads = home + u"/Downloads"_s;
+    return QFileInfo(downloads).isDir() ? downloads : home;
+}
 
 std::optional<QString> logDirectory() {
     return ours("XDG_STATE_HOME", u".local/state"_s);

@@ -32,6 +32,10 @@ std::optional<QString> dataDirectory() {
     return inHome(u"Library/Application Support/Quillet"_s);
 }
 
+std::optional<QString> downloadDirectory() {
+    return inHome(u"Downloads"_s);
+}
+
 std::optional<QString> siblingExecutable(const QString& name) {
     uint32_t size = 0;
     _NSGetExecutablePath(nullptr, &size);
