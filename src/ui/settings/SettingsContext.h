@@ -1,5 +1,7 @@
 #pragma once
 
+#include "ui/settings/SettingsPage.h"
+
 #include <QStringList>
 #include <functional>
 
@@ -39,4 +41,7 @@ struct SettingsContext {
     DefaultsStore* store = nullptr;
     // One line per capability with its state ("辅助功能：已开启"), for the diagnostics export.
     std::function<QStringList()> capabilityStates = {};
+    // Turns the window to another page (a page's button that leads elsewhere); the window
+    // fills it in when it is left empty.
+    std::function<void(SettingsPage page)> showPage = {};
 };

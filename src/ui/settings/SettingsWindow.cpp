@@ -22,6 +22,10 @@ SettingsWindow::SettingsWindow(SettingsContext context, QWidget* parent)
     // The panel's type, inherited by every control of every page.
     setFont(PanelStyle::textFont(13));
     resize(760, 560);
+    if (!m_context.showPage)
+        m_context.showPage = [this](SettingsPage page) {
+            showPage(page);
+        };
 
     auto* layout = new QHBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
