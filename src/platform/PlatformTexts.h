@@ -12,6 +12,9 @@ QString translationAssetsMissing();
 // Added to the text shown while a feature waits for the accessibility grant: what the user
 // should know about how this OS gives it (empty where there is nothing to add).
 QString accessibilityGrantNote();
+// What asking for the accessibility grant does, or, once asked without effect, where the user
+// gives it.
+QString accessibilityRequestNote(bool asked);
 // Where the grant is given, for the event log when no settings pane can be opened.
 QString permissionSettingsHint(bool accessibility);
 

@@ -12,6 +12,12 @@ QString accessibilityGrantNote() {
     return u"桌面的辅助功能已打开；在此之前启动的应用要重新启动后才能读取选中的文字。"_s;
 }
 
+QString accessibilityRequestNote(bool asked) {
+    return asked
+               ? u"已经请求过，但仍未开启：请在桌面的辅助功能设置里打开它（GNOME：设置 › 辅助功能），或运行 gsettings set org.gnome.desktop.interface toolkit-accessibility true。"_s
+               : u"点「开启」会打开整个桌面的辅助功能；在此之前启动的应用要重新启动后才能被读取。"_s;
+}
+
 QString permissionSettingsHint(bool accessibility) {
     return accessibility
                ? u"权限｜辅助功能由桌面的辅助功能开关控制（GNOME：设置 › 辅助功能；也可运行 gsettings set org.gnome.desktop.interface toolkit-accessibility true）"_s

@@ -12,6 +12,12 @@ QString accessibilityGrantNote() {
     return {};
 }
 
+QString accessibilityRequestNote(bool asked) {
+    return asked
+               ? u"请在「系统设置 › 隐私与安全性 › 辅助功能」中允许 Quillet。"_s
+               : u"点「开启」会打开「系统设置 › 隐私与安全性 › 辅助功能」，在那里允许 Quillet。"_s;
+}
+
 // The system settings pane always opens on macOS; this is the fallback's wording.
 QString permissionSettingsHint(bool accessibility) {
     return accessibility ? u"权限｜在「系统设置 › 隐私与安全性 › 辅助功能」中授权"_s
