@@ -1,5 +1,5 @@
-// The permissions page against the desktop's real accessibility switch: a grant given
-// anywhere shows at once, and the page's button gives it.
+// The permissions page and the onboarding's grant button against the desktop's real
+// accessibility switch: a grant given anywhere shows at once, and their buttons give it.
 #include "capture/AccessibilityAuthorization.h"
 #include "capture/PermissionCenter.h"
 #include "dictionary/WordSourceCatalog.h"
@@ -14,6 +14,7 @@
 #include "settings/Preferences.h"
 #include "settings/TranslationSettings.h"
 #include "settings/TriggerSettings.h"
+#include "ui/onboarding/OnboardingWindow.h"
 #include "ui/settings/SettingsWindow.h"
 
 #include <QLabel>
@@ -124,6 +125,24 @@ TEST_F(PermissionsWindowsTest, ThePagesButtonSwitchesTheDesktopsAccessibilityOn)
     QTest::mouseClick(fix(window.get(), u"accessibility"_s), Qt::LeftButton);
     EXPECT_TRUE(becomes(window.get(), u"accessibility"_s, u"已开启"_s));
     EXPECT_TRUE(grant.isGranted(SystemPermissions::Kind::accessibility));
+    EXPECT_TRUE(storedAsked());
+}
+
+TEST_F(PermissionsWindowsTest, TheOnboardingAsksForTheGrantItExplains) {
+    OnboardingWindow onboarding({.interface = interface,
+                                 .triggers = triggers,
+                                 .lookUp = {},
+                                 .permissions = &permissions,
+                                 .accessibility = &authorization,
+                                 .openSettings = {}});
+    onboarding.show();
+    window->present(SettingsPage::permissions);
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&onboarding));
+    EXPECT_EQ(state(&onboarding, u"accessibility"_s), u"未开启"_s);
+
+    QTest::mouseClick(fix(&onboarding, u"accessibility"_s), Qt::LeftButton);
+    EXPECT_TRUE(becomes(&onboarding, u"accessibility"_s, u"已开启"_s));
+    EXPECT_TRUE(becomes(window.get(), u"accessibility"_s, u"已开启"_s)) << "one grant, one state";
     EXPECT_TRUE(storedAsked());
 }
 
