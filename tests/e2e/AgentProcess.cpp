@@ -85,7 +85,7 @@ bool AgentProcess::start(const Options& options) {
     }
     m_process.setProcessEnvironment(environment);
     m_process.setWorkingDirectory(m_homePath);
-    m_process.start(programPath(options.program), {});
+    m_process.start(programPath(options.program), options.arguments);
     return m_process.waitForStarted(5000);
 }
 
@@ -236,6 +236,23 @@ bool windowShown(const QString& namePattern, int timeoutMs) {
         QCoreApplication::processEvents();
         QThread::msleep(50);
     }
+}
+
+bool windowGone(const QString& namePattern, int timeoutMs) {
+    const QDeadlineTimer deadline(timeoutMs);
+    while (windowShown(namePattern)) {
+        if (deadline.hasExpired())
+            return false;
+        QCoreApplication::processEvents();
+        QThread::msleep(50);
+    }
+    return true;
+}
+
+bool closeWindow(const QString& namePattern) {
+    return QProcess::execute(u"xdotool"_s, {u"search"_s, u"--onlyvisible"_s, u"--name"_s,
+                                            namePattern, u"windowactivate"_s, u"--sync"_s}) == 0 &&
+           QProcess::execute(u"xdotool"_s, {u"key"_s, u"alt+F4"_s}) == 0;
 }
 
 } // namespace Desktop

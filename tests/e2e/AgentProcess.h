@@ -26,6 +26,7 @@ public:
         // The program to start, from the build's bin folder: `quillet`, which becomes the
         // agent, or `quillet-agent` itself.
         QString program = QStringLiteral("quillet");
+        QStringList arguments;
     };
 
     AgentProcess();
@@ -95,6 +96,11 @@ std::optional<QString> waitForPanelState(const QRegularExpression& pattern,
 // Whether a window whose title matches `namePattern` (xdotool's regular expression) is on
 // screen now, or within `timeoutMs`.
 bool windowShown(const QString& namePattern, int timeoutMs = 0);
+// Waits until no such window is on screen.
+bool windowGone(const QString& namePattern, int timeoutMs);
+// Closes the window as a person does: brings it to the front and presses Alt+F4, which the
+// session's window manager turns into a close request.
+bool closeWindow(const QString& namePattern);
 
 } // namespace Desktop
 

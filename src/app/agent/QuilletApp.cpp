@@ -1,5 +1,6 @@
 #include "QuilletApp.h"
 
+#include "AgentWindows.h"
 #include "SingleInstance.h"
 #include "TerminationSignals.h"
 #include "app/wiring/SentenceTranslator.h"
@@ -26,10 +27,10 @@
 #include "settings/TriggerSettings.h"
 #include "ui/NotchPanel.h"
 #include "ui/TrayIcon.h"
-#include "ui/settings/SettingsWindow.h"
 
 #include <QApplication>
 #include <QDesktopServices>
+#include <QDir>
 #include <QLineEdit>
 #include <QPlainTextEdit>
 #include <QRegularExpression>
@@ -119,8 +120,22 @@ int run(int argc, char** argv) {
     QApplication::setQuitOnLastWindowClosed(false);
     const auto flushLog = qScopeGuard([] { DiagnosticLog::flush(); });
 
+    // `--export-diagnostics [FOLDER]` asks the running agent for the diagnostics archive; with
+    // no agent running, this one starts, writes it and quits.
+    const QStringList arguments = QApplication::arguments();
+    const qsizetype exportAt = arguments.indexOf(u"--export-diagnostics"_s);
+    std::optional<QString> exportFolder;
+    if (exportAt > 0) {
+        const QString folder = arguments.value(exportAt + 1);
+        exportFolder = folder.isEmpty() ? QString() : QDir(folder).absolutePath();
+    }
+    if (exportFolder && exportFolder->contains(u'\n')) {
+        std::fputs("导出诊断信息的文件夹名里不能有换行。\n", stderr);
+        return 64;
+    }
     SingleInstance instance;
-    switch (instance.claim("reopen")) {
+    switch (instance.claim(exportFolder ? AgentWindows::exportRequest(*exportFolder)
+                                        : AgentWindows::reopenRequest())) {
     case SingleInstance::Role::handedOver:
         return 0;
     case SingleInstance::Role::failed:
@@ -172,31 +187,16 @@ int run(int argc, char** argv) {
     QObject::connect(&panel, &NotchPanel::contentChanged, &panel, mirrorState);
     mirrorState();
     InterfaceSettings& interface = InterfaceSettings::shared();
-    // Made the first time it is asked for: an agent whose settings are never opened keeps
-    // none of its pages in memory.
-    AppCore* corePointer = nullptr;
-    std::unique_ptr<SettingsWindow> settingsWindow;
-    const auto openSettings = [&](std::optional<SettingsPage> page) {
-        if (!settingsWindow) {
-            settingsWindow = std::make_unique<SettingsWindow>(SettingsContext{
-                .preferences = preferences,
-                .triggers = triggers,
-                .filter = filter,
-                .translation = TranslationSettings::shared(),
-                .interface = interface,
-                .translator = *translator,
-                .vocabulary = vocabulary,
-                .log = log,
-                .dictionaries = catalog,
-                .hotKeys = corePointer ? corePointer->hotKeys() : nullptr,
-                .permissions = corePointer ? corePointer->permissions() : nullptr,
-                .accessibility = corePointer ? corePointer->accessibility() : nullptr});
-        }
-        if (page)
-            settingsWindow->present(*page);
-        else
-            settingsWindow->present();
-    };
+    AgentWindows windows({.preferences = preferences,
+                          .triggers = triggers,
+                          .filter = filter,
+                          .translation = TranslationSettings::shared(),
+                          .interface = interface,
+                          .translator = *translator,
+                          .vocabulary = vocabulary,
+                          .log = log,
+                          .dictionaries = catalog},
+                         store);
     AppCore core(
         {.presenter = panel,
          .pasteboard = *pasteboard,
@@ -209,7 +209,7 @@ int run(int argc, char** argv) {
          .filter = filter,
          .speak = [](const QString& text) { Pronouncer::shared().speak(text); },
          .openInDictionary = openInDictionary,
-         .openTranslationSettings = [&openSettings] { openSettings(SettingsPage::dictionaries); },
+         .openTranslationSettings = [&windows] { windows.openTranslationSettings(); },
          // A damaged database says so itself ("内置词库无法读取…"); this is for none at all.
          .wordDatabaseMissing = !bundled.isAvailable() && !bundled.problem(),
          .clipboardPollMs = clipboardPollMs(),
@@ -217,16 +217,16 @@ int run(int argc, char** argv) {
          .store = &store,
          .copyFromOwnWindow = ownWindowSelection,
          .presentPermissionPrompt =
-             [&openSettings](PermissionCenter::Feature) {
-                 openSettings(SettingsPage::permissions);
+             [&windows](PermissionCenter::Feature) {
+                 windows.openSettings(SettingsPage::permissions);
              },
          .openPermissionsPage =
-             [&openSettings](SystemPermissions::Kind) {
-                 openSettings(SettingsPage::permissions);
+             [&windows](SystemPermissions::Kind) {
+                 windows.openSettings(SettingsPage::permissions);
              }});
-    corePointer = &core;
-    // The pages hold on to the coordinator's services: they go first.
-    const auto closeSettings = qScopeGuard([&settingsWindow] { settingsWindow.reset(); });
+    windows.attach(core);
+    // The windows hold on to the coordinator's services: they go first.
+    const auto closeWindows = qScopeGuard([&windows] { windows.closeAll(); });
 
     watchSettingsFile(store, panel, log);
 
@@ -234,20 +234,15 @@ int run(int argc, char** argv) {
     QObject::connect(&tray, &TrayIcon::quitRequested, &application, &QApplication::quit);
     QObject::connect(&tray, &TrayIcon::lookUpSelectionRequested, &core,
                      [&core] { core.lookupSelection(); });
-    QObject::connect(&tray, &TrayIcon::settingsRequested, &core,
-                     [&openSettings] { openSettings(std::nullopt); });
-    QObject::connect(&tray, &TrayIcon::eventLogRequested, &core,
-                     [&openSettings] { openSettings(SettingsPage::eventLog); });
+    QObject::connect(&tray, &TrayIcon::settingsRequested, &windows,
+                     [&windows] { windows.openSettings(); });
+    QObject::connect(&tray, &TrayIcon::eventLogRequested, &windows,
+                     [&windows] { windows.openSettings(SettingsPage::eventLog); });
     TerminationSignals termination;
     QObject::connect(&termination, &TerminationSignals::received, &application,
                      &QApplication::quit);
-    // A second launch opens what the person chose; the notebook has no window yet, so both
-    // open the settings.
-    QObject::connect(&instance, &SingleInstance::messageReceived, &application,
-                     [&openSettings](const QByteArray& message) {
-                         if (message == "reopen")
-                             openSettings(std::nullopt);
-                     });
+    QObject::connect(&instance, &SingleInstance::messageReceived, &windows,
+                     &AgentWindows::handleRequest);
     tray.show();
     panel.setShowsAtRest(interface.showsIdleNotch());
     QObject::connect(&interface, &SettingsObject::changed, &panel,
@@ -259,6 +254,11 @@ int run(int argc, char** argv) {
     if (const QScreen* screen = QApplication::primaryScreen())
         core.noteDisplayLayout(screen->name(), false);
     core.learnTranslatorStatus();
+    if (exportFolder) {
+        windows.exportDiagnostics(*exportFolder);
+        return 0;
+    }
+    windows.showOnboardingIfFirstRun();
     return QApplication::exec();
 }
 
