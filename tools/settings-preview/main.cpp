@@ -1,5 +1,5 @@
 // The settings window outside the agent, on a fresh home of its own:
-//   QT_QPA_PLATFORM=offscreen settings-preview OUTPUT_DIR   one PNG per page
+//   QT_QPA_PLATFORM=offscreen settings-preview OUTPUT_DIR   one PNG per page, and onboarding
 //   settings-preview --measure                              milliseconds to the first page drawn
 // The home is a temporary folder, so the person's own settings are never read or written.
 
@@ -14,6 +14,7 @@
 #include "settings/Preferences.h"
 #include "settings/TranslationSettings.h"
 #include "settings/TriggerSettings.h"
+#include "ui/onboarding/OnboardingWindow.h"
 #include "ui/settings/SettingsWindow.h"
 
 #include <QApplication>
@@ -113,5 +114,20 @@ int main(int argc, char** argv) {
         }
         QTextStream(stdout) << file << '\n';
     }
+    window.hide();
+
+    OnboardingWindow onboarding({.interface = InterfaceSettings::shared(),
+                                 .triggers = TriggerSettings::shared(),
+                                 .lookUp = [](const QString&) {},
+                                 .openSettings = [] {}});
+    onboarding.show();
+    QTimer::singleShot(300, &application, &QCoreApplication::quit);
+    QApplication::exec();
+    const QString file = output.filePath(u"onboarding.png"_s);
+    if (!onboarding.grab().save(file)) {
+        QTextStream(stderr) << "cannot write " << file << '\n';
+        return 74;
+    }
+    QTextStream(stdout) << file << '\n';
     return 0;
 }
