@@ -16,7 +16,7 @@ using namespace Qt::StringLiterals;
 namespace {
 // The hand-over reads requests line by line and trims them.
 constexpr QByteArrayView kExport = "export-diagnostics";
-}
+} // namespace
 
 AgentWindows::AgentWindows(SettingsContext context, DefaultsStore& store, QObject* parent)
     : QObject(parent), m_context(std::move(context)), m_store(store) {
@@ -61,6 +61,12 @@ void AgentWindows::openTranslationSettings() {
     openSettings(SettingsPage::dictionaries);
     if (auto* page = qobject_cast<DictionariesPage*>(m_settings->page(SettingsPage::dictionaries)))
         page->revealTranslation();
+}
+
+void AgentWindows::openPermissionsPage() {
+    if (m_onboarding && m_onboarding->isVisible())
+        return;
+    openSettings(SettingsPage::permissions);
 }
 
 void AgentWindows::showOnboardingIfFirstRun() {

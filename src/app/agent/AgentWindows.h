@@ -32,6 +32,8 @@ public:
 
     void openSettings(std::optional<SettingsPage> page = std::nullopt);
     void openTranslationSettings();
+    // Where a grant is given; not while onboarding is open, which shows the grant itself.
+    void openPermissionsPage();
     void showOnboardingIfFirstRun();
     // Writes the diagnostics archive into `folder` (the download folder when empty) and logs
     // where it went, or why it could not.

@@ -217,12 +217,10 @@ int run(int argc, char** argv) {
          .store = &store,
          .copyFromOwnWindow = ownWindowSelection,
          .presentPermissionPrompt =
-             [&windows](PermissionCenter::Feature) {
-                 windows.openSettings(SettingsPage::permissions);
-             },
+             [&windows](PermissionCenter::Feature) { windows.openPermissionsPage(); },
          .openPermissionsPage =
              [&windows](SystemPermissions::Kind) {
-                 windows.openSettings(SettingsPage::permissions);
+                 windows.openPermissionsPage();
              }});
     windows.attach(core);
     // The windows hold on to the coordinator's services: they go first.
