@@ -119,7 +119,9 @@ int main(int argc, char** argv) {
     OnboardingWindow onboarding({.interface = InterfaceSettings::shared(),
                                  .triggers = TriggerSettings::shared(),
                                  .lookUp = [](const QString&) {},
-                                 .openSettings = [] {}});
+                                 .openSettings =
+                                     [] {
+                                     }});
     onboarding.show();
     QTimer::singleShot(300, &application, &QCoreApplication::quit);
     QApplication::exec();
