@@ -2,18 +2,9 @@
 // accessibility switch: a grant given anywhere shows at once, and their buttons give it.
 #include "capture/AccessibilityAuthorization.h"
 #include "capture/PermissionCenter.h"
-#include "dictionary/WordSourceCatalog.h"
 #include "harness/ManualTimers.h"
-#include "logs/EventLog.h"
-#include "lookup/UnsupportedTranslationEngine.h"
-#include "notebook/Vocabulary.h"
+#include "harness/SettingsObjects.h"
 #include "platform/linux/atspi/AtspiAccessibilityGrant.h"
-#include "settings/DefaultsStore.h"
-#include "settings/FilterPreferences.h"
-#include "settings/InterfaceSettings.h"
-#include "settings/Preferences.h"
-#include "settings/TranslationSettings.h"
-#include "settings/TriggerSettings.h"
 #include "ui/onboarding/OnboardingWindow.h"
 #include "ui/settings/SettingsWindow.h"
 
@@ -40,16 +31,11 @@ bool setDesktopAccessibility(bool on) {
 class PermissionsWindowsTest : public testing::Test {
 protected:
     QTemporaryDir dir;
-    DefaultsStore store{dir.filePath(u"defaults.json"_s)};
-    EventLog log{{}, false};
-    Preferences preferences{store, {}};
-    TriggerSettings triggers{store};
-    FilterPreferences filter{store, log};
-    TranslationSettings translation{store};
-    InterfaceSettings interface { store };
-    UnsupportedTranslationEngine translator{log};
-    Vocabulary vocabulary{{.store = store, .recordingEnabled = [] { return true; }, .log = {}}};
-    BundledOnlyCatalog dictionaries;
+    SettingsObjects objects{dir.filePath(u"defaults.json"_s)};
+    DefaultsStore& store = objects.store;
+    EventLog& log = objects.log;
+    TriggerSettings& triggers = objects.triggers;
+    InterfaceSettings& interface = objects.interface;
     // The grant, its watcher and the permission center, wired as the coordinator wires them.
     AtspiAccessibilityGrant grant;
     ManualTimers timers;
@@ -66,19 +52,10 @@ protected:
 
     void SetUp() override {
         grant.setChangeHandler([this] { authorization.systemChanged(); });
-        window = std::make_unique<SettingsWindow>(SettingsContext{.preferences = preferences,
-                                                                  .triggers = triggers,
-                                                                  .filter = filter,
-                                                                  .translation = translation,
-                                                                  .interface = interface,
-                                                                  .translator = translator,
-                                                                  .vocabulary = vocabulary,
-                                                                  .log = log,
-                                                                  .dictionaries = dictionaries,
-                                                                  .hotKeys = nullptr,
-                                                                  .permissions = &permissions,
-                                                                  .accessibility = &authorization,
-                                                                  .showPage = {}});
+        SettingsContext context = objects.context();
+        context.permissions = &permissions;
+        context.accessibility = &authorization;
+        window = std::make_unique<SettingsWindow>(context);
     }
 
     // A capability's card on the permissions page.

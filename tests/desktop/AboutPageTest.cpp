@@ -1,6 +1,6 @@
 // The 「关于」 page: the version the program reports, and the diagnostics export.
-#include "SettingsPageObjects.h"
 #include "harness/QuilletProcess.h"
+#include "harness/SettingsObjects.h"
 #include "ui/settings/SettingsWindow.h"
 
 #include <QDir>
@@ -16,7 +16,8 @@ using namespace Qt::StringLiterals;
 
 TEST(AboutPageTest, ShowsTheVersionAndExportsWhereItSays) {
     QTemporaryDir dir;
-    SettingsPageObjects objects(dir.filePath(u"defaults.json"_s));
+    SettingsObjects objects(dir.filePath(u"defaults.json"_s),
+                            SettingsObjects::Dictionaries::installed);
     SettingsWindow window(objects.context());
     window.present(SettingsPage::about);
     ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));

@@ -1,9 +1,9 @@
 // The dictionary order on the 「词典与翻译」 page, checked against what the real `quillet
 // dictionaries` reads from the same settings file and dictionary folders.
-#include "SettingsPageObjects.h"
 #include "X11TestInput.h"
 #include "harness/QtPrinters.h"
 #include "harness/QuilletProcess.h"
+#include "harness/SettingsObjects.h"
 #include "harness/StarDictWriter.h"
 #include "platform/SystemDictionaryBridge.h"
 #include "ui/settings/SettingsWindow.h"
@@ -52,7 +52,7 @@ QStringList listedByCommand() {
 
 class DictionaryOrderPageTest : public testing::Test {
 protected:
-    std::unique_ptr<SettingsPageObjects> objects;
+    std::unique_ptr<SettingsObjects> objects;
     std::unique_ptr<SettingsWindow> window;
     QListWidget* order = nullptr;
     QListWidget* removed = nullptr;
@@ -61,7 +61,8 @@ protected:
         // Installed before the settings are first read, as on a machine that has them.
         install(u"quillet-ec"_s, u"测试英汉"_s, u"n. 水；雨水"_s);
         install(u"quillet-en"_s, u"Test English"_s, u"n. a clear liquid"_s);
-        objects = std::make_unique<SettingsPageObjects>(*DefaultsStore::defaultFilePath());
+        objects = std::make_unique<SettingsObjects>(*DefaultsStore::defaultFilePath(),
+                                                    SettingsObjects::Dictionaries::installed);
         window = std::make_unique<SettingsWindow>(objects->context());
         window->present(SettingsPage::dictionaries);
         ASSERT_TRUE(QTest::qWaitForWindowExposed(window.get()));

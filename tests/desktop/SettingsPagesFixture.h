@@ -2,18 +2,9 @@
 
 #include "capture/AccessibilityAuthorization.h"
 #include "capture/PermissionCenter.h"
-#include "dictionary/WordSourceCatalog.h"
 #include "harness/ManualTimers.h"
 #include "harness/ScriptedPermissions.h"
-#include "logs/EventLog.h"
-#include "lookup/UnsupportedTranslationEngine.h"
-#include "notebook/Vocabulary.h"
-#include "settings/DefaultsStore.h"
-#include "settings/FilterPreferences.h"
-#include "settings/InterfaceSettings.h"
-#include "settings/Preferences.h"
-#include "settings/TranslationSettings.h"
-#include "settings/TriggerSettings.h"
+#include "harness/SettingsObjects.h"
 #include "ui/settings/SettingsWindow.h"
 
 #include <QAbstractButton>
@@ -33,20 +24,11 @@ protected:
     }
 
     void open(SettingsPage page, HotKeyCenter* hotKeys = nullptr) {
-        window = std::make_unique<SettingsWindow>(SettingsContext{
-            .preferences = preferences,
-            .triggers = triggers,
-            .filter = filter,
-            .translation = translation,
-            .interface = interface,
-            .translator = translator,
-            .vocabulary = vocabulary,
-            .log = log,
-            .dictionaries = dictionaries,
-            .hotKeys = hotKeys,
-            .permissions = &center,
-            .accessibility = &accessibility,
-        });
+        SettingsContext context = objects.context();
+        context.hotKeys = hotKeys;
+        context.permissions = &center;
+        context.accessibility = &accessibility;
+        window = std::make_unique<SettingsWindow>(context);
         window->present(page);
         ASSERT_TRUE(QTest::qWaitForWindowExposed(window.get()));
     }
@@ -81,20 +63,14 @@ protected:
 
     QTemporaryDir dir;
     const QString file = dir.filePath(QStringLiteral("defaults.json"));
-    DefaultsStore store{file};
-    EventLog log{{}, false};
-    Preferences preferences{store, {}};
-    TriggerSettings triggers{store};
-    FilterPreferences filter{store, log};
-    TranslationSettings translation{store};
-    InterfaceSettings interface { store };
-    UnsupportedTranslationEngine translator{log};
-    Vocabulary vocabulary{{.store = store,
-                           .recordingEnabled = [this] { return preferences.vocabularyEnabled(); },
-                           .log =
-                               [](const QString&) {
-                               }}};
-    BundledOnlyCatalog dictionaries;
+    SettingsObjects objects{file};
+    DefaultsStore& store = objects.store;
+    EventLog& log = objects.log;
+    Preferences& preferences = objects.preferences;
+    TriggerSettings& triggers = objects.triggers;
+    FilterPreferences& filter = objects.filter;
+    InterfaceSettings& interface = objects.interface;
+    Vocabulary& vocabulary = objects.vocabulary;
     ScriptedPermissions permissions;
     ManualTimers timers;
     AccessibilityAuthorization accessibility{permissions, log, timers};

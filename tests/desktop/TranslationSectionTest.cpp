@@ -1,8 +1,8 @@
 // The translation section of the 「词典与翻译」 page, in the settings window, against a fake
 // model server.
-#include "SettingsPageObjects.h"
 #include "harness/FakeModelServer.h"
 #include "harness/ManualTimers.h"
+#include "harness/SettingsObjects.h"
 #include "platform/linux/translation/LocalModelTranslationEngine.h"
 #include "ui/settings/SettingsWindow.h"
 
@@ -47,7 +47,8 @@ QString closedEndpoint() {
 class TranslationSectionTest : public testing::Test {
 protected:
     QTemporaryDir dir;
-    SettingsPageObjects objects{dir.filePath(u"defaults.json"_s)};
+    SettingsObjects objects{dir.filePath(u"defaults.json"_s),
+                            SettingsObjects::Dictionaries::installed};
     DefaultsStore& store = objects.store;
     TranslationSettings& settings = objects.translation;
     FakeModelServer server;

@@ -2,6 +2,7 @@
 
 #include "dictionary/SystemDictionaries.h"
 #include "dictionary/SystemDictionaryCatalog.h"
+#include "dictionary/WordSourceCatalog.h"
 #include "logs/EventLog.h"
 #include "lookup/UnsupportedTranslationEngine.h"
 #include "notebook/Vocabulary.h"
@@ -13,12 +14,27 @@
 #include "settings/TriggerSettings.h"
 #include "ui/settings/SettingsContext.h"
 
-// The real settings objects a settings page is handed, over one settings file and the
-// dictionaries installed under the test's home, wired as the agent wires them.
-struct SettingsPageObjects {
-    explicit SettingsPageObjects(const QString& settingsFile) : store(settingsFile) {}
+// The real settings objects the windows are handed, over one settings file, wired as the
+// agent wires them. The dictionaries are the bundled one alone, or those installed under the
+// test's home as well.
+struct SettingsObjects {
+    enum class Dictionaries { bundledOnly, installed };
 
-    // What the pages see; `translator` defaults to one that says there is no translation.
+    explicit SettingsObjects(const QString& settingsFile,
+                             Dictionaries dictionaries = Dictionaries::bundledOnly)
+        : store(settingsFile), which(dictionaries),
+          preferences(
+              store,
+              dictionaries == Dictionaries::installed
+                  ? Preferences::Dictionaries{&SystemDictionaries::activeIdentifiers,
+                                              [](const QString& identifier) {
+                                                  return SystemDictionaries::givesChineseGloss(
+                                                      identifier);
+                                              }}
+                  : Preferences::Dictionaries{}) {}
+
+    // What the windows see, without the capture services; `translator` defaults to one that
+    // says there is no translation.
     SettingsContext context(TranslationEngine* translator = nullptr) {
         return {.preferences = preferences,
                 .triggers = triggers,
@@ -28,16 +44,16 @@ struct SettingsPageObjects {
                 .translator = translator ? *translator : unsupported,
                 .vocabulary = vocabulary,
                 .log = log,
-                .dictionaries = catalog,
+                .dictionaries = which == Dictionaries::installed
+                                    ? static_cast<const WordSourceCatalog&>(catalog)
+                                    : bundledOnly,
                 .store = &store};
     }
 
     DefaultsStore store;
+    Dictionaries which;
     EventLog log{[](const QString&, const QDateTime&) {}, false};
-    Preferences preferences{store,
-                            {&SystemDictionaries::activeIdentifiers, [](const QString& identifier) {
-                                 return SystemDictionaries::givesChineseGloss(identifier);
-                             }}};
+    Preferences preferences;
     TriggerSettings triggers{store};
     FilterPreferences filter{store, log};
     TranslationSettings translation{store};
@@ -49,4 +65,5 @@ struct SettingsPageObjects {
                            .folder = std::nullopt,
                            .gloss = {}}};
     SystemDictionaryCatalog catalog{preferences};
+    BundledOnlyCatalog bundledOnly;
 };
