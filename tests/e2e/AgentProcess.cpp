@@ -250,9 +250,17 @@ bool windowGone(const QString& namePattern, int timeoutMs) {
 }
 
 bool closeWindow(const QString& namePattern) {
-    return QProcess::execute(u"xdotool"_s, {u"search"_s, u"--onlyvisible"_s, u"--name"_s,
-                                            namePattern, u"windowactivate"_s, u"--sync"_s}) == 0 &&
-           QProcess::execute(u"xdotool"_s, {u"key"_s, u"alt+F4"_s}) == 0;
+    // A window the manager is still mapping may not have the focus the key goes to yet; the
+    // press is repeated until the window goes.
+    for (int attempt = 0; attempt < 5; ++attempt) {
+        if (QProcess::execute(u"xdotool"_s, {u"search"_s, u"--onlyvisible"_s, u"--name"_s,
+                                             namePattern, u"windowactivate"_s, u"--sync"_s}) != 0)
+            return !windowShown(namePattern);
+        QProcess::execute(u"xdotool"_s, {u"key"_s, u"alt+F4"_s});
+        if (windowGone(namePattern, 2000))
+            return true;
+    }
+    return false;
 }
 
 } // namespace Desktop

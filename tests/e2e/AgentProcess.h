@@ -99,7 +99,7 @@ bool windowShown(const QString& namePattern, int timeoutMs = 0);
 // Waits until no such window is on screen.
 bool windowGone(const QString& namePattern, int timeoutMs);
 // Closes the window as a person does: brings it to the front and presses Alt+F4, which the
-// session's window manager turns into a close request.
+// session's window manager turns into a close request. True once the window is gone.
 bool closeWindow(const QString& namePattern);
 
 } // namespace Desktop
