@@ -30,6 +30,10 @@ QString PermissionCenter::rawName(Kind kind) {
     return kind == Kind::accessibility ? u"accessibility"_s : u"screenRecording"_s;
 }
 
+QString PermissionCenter::displayName(Kind kind) {
+    return kind == Kind::accessibility ? u"辅助功能"_s : u"屏幕录制"_s;
+}
+
 QString PermissionCenter::rawName(Feature feature) {
     switch (feature) {
     case Feature::hotKeyLookup:

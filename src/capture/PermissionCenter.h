@@ -39,6 +39,8 @@ public:
     explicit PermissionCenter(Dependencies dependencies, QObject* parent = nullptr);
 
     static QString rawName(Kind kind);
+    // The grant as the system's settings name it: 辅助功能, 屏幕录制.
+    static QString displayName(Kind kind);
     static QString rawName(Feature feature);
     static Kind needs(Feature feature);
     static QString waitingText(Feature feature);

@@ -97,7 +97,8 @@ void CapabilityModel::askForGrant(Id id) {
 }
 
 Capability CapabilityModel::accessibility() const {
-    Capability capability{.id = Id::accessibility, .name = u"辅助功能"_s};
+    Capability capability{.id = Id::accessibility,
+                          .name = PermissionCenter::displayName(Kind::accessibility)};
     const QString use = u"划词查询和快捷键查询要通过它读取其他应用中选中的文字。"_s;
     if (!m_sources.permissions) {
         capability.state = unknownState;
@@ -122,7 +123,8 @@ Capability CapabilityModel::accessibility() const {
 }
 
 Capability CapabilityModel::screenRecording() const {
-    Capability capability{.id = Id::screenRecording, .name = u"屏幕录制"_s};
+    Capability capability{.id = Id::screenRecording,
+                          .name = PermissionCenter::displayName(Kind::screenRecording)};
     const QString use = u"悬停取词与识别画面中的字幕要通过它读取屏幕上的文字。"_s;
     if (m_sources.session == DesktopSession::wayland) {
         capability.state = u"不可用"_s;

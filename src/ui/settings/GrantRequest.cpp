@@ -8,20 +8,13 @@
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
-QString grantName(PermissionCenter::Kind kind) {
-    return kind == PermissionCenter::Kind::accessibility ? u"辅助功能"_s : u"屏幕录制"_s;
-}
-
-} // namespace
-
 GrantRequest::GrantRequest(PermissionCenter& permissions, PermissionCenter::Feature feature,
                            QWidget* parent)
     : QWidget(parent), m_permissions(permissions), m_feature(feature),
       m_reason(SettingsForm::refusal(this)),
-      m_ask(
-          new QPushButton(u"授权「%1」"_s.arg(grantName(PermissionCenter::needs(feature))), this)) {
+      m_ask(new QPushButton(
+          u"授权「%1」"_s.arg(PermissionCenter::displayName(PermissionCenter::needs(feature))),
+          this)) {
     m_ask->setObjectName(u"grantButton"_s);
     auto* layout = new QHBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);

@@ -1,51 +1,54 @@
 #include "ui/settings/SettingsPage.h"
 
-using namespace Qt::StringLiterals;
+#include <iterator>
+
+namespace {
+
+struct PageWords {
+    SettingsPage page;
+    QStringView title;
+    QStringView name;
+};
+
+// In the side bar's order.
+constexpr PageWords kPages[] = {
+    {SettingsPage::general, u"通用", u"general"},
+    {SettingsPage::dictionaries, u"词典与翻译", u"dictionaries"},
+    {SettingsPage::filter, u"过滤", u"filter"},
+    {SettingsPage::notebook, u"单词本", u"notebook"},
+    {SettingsPage::permissions, u"权限", u"permissions"},
+    {SettingsPage::eventLog, u"事件日志", u"eventLog"},
+    {SettingsPage::about, u"关于", u"about"},
+};
+
+// Looked up by the page's value, so the table keeps the enumeration's order.
+static_assert([] {
+    for (int i = 0; i < int(std::size(kPages)); ++i)
+        if (static_cast<int>(kPages[i].page) != i)
+            return false;
+    return true;
+}());
+
+const PageWords& wordsOf(SettingsPage page) {
+    return kPages[static_cast<int>(page)];
+}
+
+} // namespace
 
 const QList<SettingsPage>& SettingsPages::all() {
-    static const QList<SettingsPage> pages{SettingsPage::general,     SettingsPage::dictionaries,
-                                           SettingsPage::filter,      SettingsPage::notebook,
-                                           SettingsPage::permissions, SettingsPage::eventLog,
-                                           SettingsPage::about};
+    static const QList<SettingsPage> pages = [] {
+        QList<SettingsPage> list;
+        for (const PageWords& words : kPages)
+            list.append(words.page);
+        return list;
+    }();
     return pages;
 }
 
 QString SettingsPages::title(SettingsPage page) {
-    switch (page) {
-    case SettingsPage::general:
-        return u"通用"_s;
-    case SettingsPage::dictionaries:
-        return u"词典与翻译"_s;
-    case SettingsPage::filter:
-        return u"过滤"_s;
-    case SettingsPage::notebook:
-        return u"单词本"_s;
-    case SettingsPage::permissions:
-        return u"权限"_s;
-    case SettingsPage::eventLog:
-        return u"事件日志"_s;
-    case SettingsPage::about:
-        return u"关于"_s;
-    }
-    return {};
+    return wordsOf(page).title.toString();
 }
 
 QString SettingsPages::name(SettingsPage page) {
-    switch (page) {
-    case SettingsPage::general:
-        return u"general"_s;
-    case SettingsPage::dictionaries:
-        return u"dictionaries"_s;
-    case SettingsPage::filter:
-        return u"filter"_s;
-    case SettingsPage::notebook:
-        return u"notebook"_s;
-    case SettingsPage::permissions:
-        return u"permissions"_s;
-    case SettingsPage::eventLog:
-        return u"eventLog"_s;
-    case SettingsPage::about:
-        return u"about"_s;
-    }
-    return {};
+    return wordsOf(page).name.toString();
 }
