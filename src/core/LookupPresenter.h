@@ -51,6 +51,9 @@ public:
     virtual void expand(bool byHover) = 0;
     virtual void scheduleAutoHide() = 0;
     virtual void collapse() = 0;
+    // The hover key has been held long enough to look up what the pointer rests on (true),
+    // or was let go (false): a quiet sign on the notch, never a panel of its own.
+    virtual void showPointerHint(bool holding) { (void)holding; }
     // The query whose loading state is on screen, if the panel shows one.
     virtual std::optional<QString> loadingQuery() const = 0;
 };

@@ -3,12 +3,15 @@
 #include <memory>
 
 class AccessibleSelectionReader;
+class AccessibleWordReader;
 class ClipboardSnapshots;
 class FrontmostApplication;
 class GlobalHotKeys;
 class GlobalPointerEvents;
 class KeySynthesizer;
+class PointerSampler;
 class PrimarySelection;
+class ScreenText;
 class SystemPermissions;
 
 // This OS's adapters for text capture. Needs the GUI application object; main thread only.
@@ -23,6 +26,10 @@ struct CaptureAdapters {
     std::unique_ptr<ClipboardSnapshots> snapshots;
     std::unique_ptr<AccessibleSelectionReader> accessible;
     std::unique_ptr<SystemPermissions> permissions;
+    // Hover and box lookup; any may be missing, and then those features are not offered.
+    std::unique_ptr<PointerSampler> pointerSampler;
+    std::unique_ptr<AccessibleWordReader> words;
+    std::unique_ptr<ScreenText> screenText;
 
     CaptureAdapters();
     CaptureAdapters(CaptureAdapters&&) noexcept;

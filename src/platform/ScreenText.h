@@ -1,0 +1,44 @@
+#pragma once
+
+#include <QCoroTask>
+#include <QList>
+#include <QRect>
+#include <QRectF>
+#include <QString>
+#include <chrono>
+#include <variant>
+
+// Reads text off the screen: captures a rectangle and recognises the words in it. Capture
+// and recognition run off the main thread; a call only awaits them.
+class ScreenText {
+public:
+    struct Word {
+        QString text;
+        QRectF box;        // screen coordinates
+        double confidence; // 0…100
+        int line = 0;      // words of one line share it; lines numbered top to bottom
+    };
+    struct Recognition {
+        QRect area;        // what was read, in screen coordinates (clipped to the screens)
+        QList<Word> words; // in reading order
+    };
+    enum class Failure {
+        notAuthorized, // the system does not let the program look at the screen
+        captureFailed, // the area could not be captured (off every screen, a capture error)
+        engineMissing, // the recognition engine or its English data is not installed
+        timedOut,      // recognition did not finish within the limit, and was stopped
+    };
+    using Outcome = std::variant<Recognition, Failure>;
+    // A word under the pointer is a few glyphs in one line; a region is a block of lines.
+    enum class Layout { aroundPoint, block };
+
+    virtual ~ScreenText() = default;
+
+    // Loads the engine ahead of the first read, off the main thread. Idempotent; a read
+    // without it loads the engine first.
+    virtual void prepare() = 0;
+    // Frees the engine (hover lookup stopped); the next read loads it again.
+    virtual void release() = 0;
+    virtual QCoro::Task<Outcome> read(QRect area, Layout layout,
+                                      std::chrono::milliseconds limit) = 0;
+};
