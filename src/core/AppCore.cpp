@@ -3,6 +3,7 @@
 #include "base/UnicodeText.h"
 #include "capture/AccessibilityAuthorization.h"
 #include "capture/HotKeyCenter.h"
+#include "capture/PointerDwellMonitor.h"
 #include "capture/SelectionCoordinator.h"
 #include "capture/SelectionMonitor.h"
 #include "core/LookupPresenter.h"

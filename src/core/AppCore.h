@@ -4,6 +4,7 @@
 #include "base/TimerSource.h"
 #include "capture/ClipboardMonitor.h"
 #include "capture/PermissionCenter.h"
+#include "capture/PointerWordFinder.h"
 #include "core/OnDemandFailure.h"
 #include "filter/CaptureFilter.h"
 #include "filter/RejectReason.h"
@@ -13,6 +14,8 @@
 #include <QCoroTask>
 #include <QDateTime>
 #include <QObject>
+#include <QPointF>
+#include <QRect>
 #include <QString>
 #include <functional>
 #include <optional>
@@ -22,6 +25,8 @@ class DefaultsStore;
 class EventLog;
 class FilterPreferences;
 class HotKeyCenter;
+class PointerDwellMonitor;
+class RegionPicker;
 class SelectionCoordinator;
 class SelectionMonitor;
 struct CaptureAdapters;
@@ -79,6 +84,10 @@ public:
         // event log).
         std::function<void(PermissionCenter::Feature feature)> presentPermissionPrompt;
         std::function<void(SystemPermissions::Kind kind)> openPermissionsPage;
+        // Lets the user draw a box for box lookup; none, and box lookup is not offered.
+        RegionPicker* regionPicker = nullptr;
+        // A steady clock in seconds, for the pointer key's timing.
+        std::function<double()> steadySeconds;
     };
 
     explicit AppCore(Dependencies dependencies, QObject* parent = nullptr);
@@ -96,6 +105,16 @@ public:
     // The onboarding's sample text, looked up as if the user had selected it.
     void lookUpOnboardingCopy(const QString& text);
     void reportOnDemandFailure(OnDemandFailure failure);
+    // Hover lookup: the pointer came to rest at `point` with the pointer key held.
+    void handleDwell(QPointF point);
+    // Finds the word at `point` and looks it up; a miss is shown.
+    QCoro::Task<void> lookUpWord(QPointF point);
+    // A word found under the pointer: the 15-second rule, the word check, the filter.
+    void lookUpPointerWord(const QString& word);
+    // Box lookup: the user draws a box, its text is recognised and looked up.
+    QCoro::Task<void> beginRegionLookup();
+    QCoro::Task<void> lookUpRegion(std::optional<QRect> region);
+    void checkScreenRecordingStillGranted();
     // A grant that went away turns off what needs it, until it comes back.
     void checkAccessibilityStillGranted();
     // Binds the lookup hot key as the settings and the run state want it.
@@ -119,17 +138,23 @@ public:
     PermissionCenter* permissions() { return m_permissions.get(); }
     HotKeyCenter* hotKeys() { return m_hotKeys.get(); }
     AccessibilityAuthorization* accessibility() { return m_accessibility.get(); }
+    // Nothing where hover lookup is not offered.
+    PointerDwellMonitor* pointerDwell() { return m_dwell.get(); }
     bool isLookupInFlight() const { return m_inFlight.has_value(); }
 
     // The feature names of copied, selected and hot-key text in event-log lines.
     static QString clipboardFeature();
     static QString selectionFeature();
     static QString hotKeyFeature();
+    static QString pointerFeature();
+    static QString regionFeature();
 
 Q_SIGNALS:
     void lastRejectionChanged();
     // A lookup ended: shown, failed or dropped. For observers that wait on it.
     void lookupSettled(const QString& query);
+    // A hover or box read ended without a lookup (a miss, a refusal, a cancel).
+    void pointerReadSettled();
 
 private:
     QCoro::Task<void> perform(QString query, bool userInitiated, CancellationToken token,
@@ -152,6 +177,11 @@ private:
     void showOnDemandRefusal(const CaptureFilter::Refusal& refusal, const QString& text);
     bool accessibilityGranted() const;
     void applyCaptureRunState();
+    void makePointerSources();
+    void applyPointerRunState();
+    bool screenRecordingGranted() const;
+    void showPointerMiss(PointerWordFinder::Miss miss);
+    void noteRecognitionMissing();
 
     Dependencies m_deps;
     ClipboardMonitor m_clipboard;
@@ -178,4 +208,18 @@ private:
     // What the lookup slot is bound to now (nothing while unbound).
     std::optional<HotKeySpec> m_boundHotKey;
     bool m_hotKeyBindAttempted = false;
+
+    std::unique_ptr<PointerDwellMonitor> m_dwell;
+    std::unique_ptr<PointerWordFinder> m_wordFinder;
+    struct PointerWord {
+        QString word;
+        QDateTime date;
+    };
+    std::optional<PointerWord> m_lastPointerWord;
+    // Which dwell the running word read belongs to; a newer dwell supersedes it.
+    quint64 m_pointerGeneration = 0;
+    std::unique_ptr<TimerSource::Timer> m_dwellDelay;
+    bool m_regionOpen = false;
+    bool m_recognitionMissingNoted = false;
+    bool m_screenRecordingSeen = false;
 };

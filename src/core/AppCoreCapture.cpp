@@ -67,12 +67,16 @@ void AppCore::makeCaptureSources() {
     m_selectionMonitor = std::make_unique<SelectionMonitor>(
         *adapters->pointer, [this](quint64 pressTime) { m_selection->captureNow(pressTime); });
     m_hotKeys = std::make_unique<HotKeyCenter>(*adapters->hotKeys, m_deps.log);
+    makePointerSources();
 }
 
 void AppCore::wireCaptureSources() {
     if (!m_selection)
         return;
-    m_deps.capture->permissions->setChangeHandler([this] { m_accessibility->systemChanged(); });
+    m_deps.capture->permissions->setChangeHandler([this] {
+        m_accessibility->systemChanged();
+        checkScreenRecordingStillGranted();
+    });
     m_selection->start({
         .pauseClipboard = [this] { m_clipboard.pause(); },
         .resumeClipboard = [this] { applyRunState(); },
@@ -111,6 +115,7 @@ void AppCore::applyCaptureRunState() {
         m_selectionMonitor->stop();
     }
     rebindHotKey();
+    applyPointerRunState();
 }
 
 void AppCore::rebindHotKey() {

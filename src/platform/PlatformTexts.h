@@ -18,6 +18,10 @@ QString accessibilityRequestNote(bool asked);
 // Where the grant is given, for the event log when no settings pane can be opened.
 QString permissionSettingsHint(bool accessibility);
 
+// Shown once when text on the screen cannot be recognised because the engine or its English
+// data is not installed: what to install, and that accessible text still works.
+QString recognitionDataMissing();
+
 // How the user adds a dictionary to those the lookups ask, for the dictionary settings.
 QString addingDictionaries();
 

@@ -30,4 +30,8 @@ QString addingDictionaries() {
            u"dict-wn。新装的词典会自动排到列表末尾。"_s;
 }
 
+QString recognitionDataMissing() {
+    return u"未安装英文文字识别数据（tesseract-ocr-eng），悬停取词只能读取支持辅助功能的程序，框选查询暂不可用"_s;
+}
+
 } // namespace PlatformTexts

@@ -28,4 +28,8 @@ QString addingDictionaries() {
     return u"在「词典」App 的设置里勾选要用的词典，它们会自动排到列表末尾。"_s;
 }
 
+QString recognitionDataMissing() {
+    return u"文字识别不可用，悬停取词只能读取支持辅助功能的 App，框选查询暂不可用"_s;
+}
+
 } // namespace PlatformTexts
