@@ -100,6 +100,11 @@ void PermissionCenter::refresh() {
     m_deps.accessibility.refresh();
 }
 
+void PermissionCenter::systemChanged() {
+    enableGrantedWanted();
+    Q_EMIT grantsChanged();
+}
+
 void PermissionCenter::awaitGrant(Feature feature) {
     if (!m_wanted.contains(feature))
         m_wanted.append(feature);

@@ -59,6 +59,8 @@ public:
     // The user turned the feature on without its grant: say what happens next, and turn it
     // on once the grant arrives.
     void want(Feature feature);
+    // The system's answers changed (any grant): turns on what waited for a grant now given.
+    void systemChanged();
     // A feature that was on until its grant went away: it comes back with the grant.
     void awaitGrant(Feature feature);
     const QList<Feature>& wanted() const { return m_wanted; }

@@ -76,6 +76,7 @@ void AppCore::wireCaptureSources() {
     m_deps.capture->permissions->setChangeHandler([this] {
         m_accessibility->systemChanged();
         checkScreenRecordingStillGranted();
+        m_permissions->systemChanged();
     });
     m_selection->start({
         .pauseClipboard = [this] { m_clipboard.pause(); },
