@@ -8,7 +8,7 @@ shift || true
 count="${1:-30}"
 shift || true
 case "$mode" in
-accessibility | primary | copy) ;;
+accessibility | primary | copy | hover | recognition) ;;
 *) echo "selection-to-panel: unknown way in: $mode" >&2; exit 64 ;;
 esac
 work=$(mktemp -d)
@@ -26,8 +26,11 @@ trap cleanup EXIT
 export HOME="$work/home" XDG_RUNTIME_DIR="$work/runtime" LF_LOG_STDOUT=1
 mkdir -p "$HOME/.config/Quillet"
 mkdir -m 700 "$XDG_RUNTIME_DIR"
-if [ "$mode" = copy ]; then trigger='"trigger.method": "hotKey"'
-else trigger='"trigger.selectionEnabled": true'; fi
+case "$mode" in
+copy) trigger='"trigger.method": "hotKey"' ;;
+hover | recognition) trigger='"trigger.pointerLookupEnabled": true, "hoverDwellSeconds": 0.2' ;;
+*) trigger='"trigger.selectionEnabled": true' ;;
+esac
 echo "{\"translation.endpoint\": \"http://127.0.0.1:9\", \"firstRun.sawOnboarding\": true, $trigger}" \
     >"$HOME/.config/Quillet/defaults.json"
 # The desktop's accessibility switch on, as a person relying on it has it.
@@ -53,7 +56,7 @@ done
 # The window reads commands from a pipe we keep open, and answers into a file.
 mkfifo "$work/commands"
 options=()
-[ "$mode" = accessibility ] || options=(--no-accessibility)
+case "$mode" in accessibility | hover) ;; *) options=(--no-accessibility) ;; esac
 "$build/bin/text-window" "${options[@]}" <"$work/commands" >"$work/answers" 2>/dev/null &
 window_pid=$!
 exec 3>"$work/commands"
@@ -72,10 +75,11 @@ PREPARE
 chmod +x "$work/prepare"
 hand=(--double-click "$work/position")
 [ "$mode" = copy ] && hand=(--hot-key)
+case "$mode" in hover | recognition) hand=(--hover "$work/position") ;; esac
 
 "$build/bin/copy_to_panel" --prepare "$work/prepare" "${hand[@]}" "$@" "${words[@]}"
 status=$?
 echo
 echo "way in: $mode; the agent's reads:"
-grep -E '^\[(触发|错误|拦截)\] (划词|快捷键)｜' "$work/agent.log" | sed 's/｜[^｜]*$//' | sort | uniq -c
+grep -E '^\[(触发|错误|拦截)\] (划词|快捷键|悬停取词)｜' "$work/agent.log" | sed 's/｜[^｜]*$//' | sort | uniq -c
 exit "$status"

@@ -1,7 +1,7 @@
 // Times the agent's panel from outside, by watching the X display as a user's eyes would.
 //
 //   copy_to_panel [--settle MS] [--timeout MS] [--jitter MS] [--trace]
-//                 [--prepare COMMAND (--double-click FILE | --hot-key)] WORD...
+//                 [--prepare COMMAND (--double-click FILE | --hot-key | --hover FILE)] WORD...
 //
 // For each word: waits until the panel is folded and still, then a random while of up to
 // --jitter ms (400 by default), so copies fall at any moment of whatever the agent does on a
@@ -19,7 +19,10 @@
 // With --prepare, a selection replaces the copy: for each word the shell runs `COMMAND WORD`
 // untimed (show the word somewhere), then this program double-clicks at the point FILE then
 // holds ("X Y"), or presses Ctrl+Alt+Super+D, through XTest, and times from the moment the
-// server has taken the last release.
+// server has taken the last release. With --hover, it rests the pointer on the point FILE holds
+// and holds Alt until the answer is drawn; times start when the dwell fires: 240 ms after the
+// agent's 25-per-second sampler first sees Alt, so the figures carry the sampler's phase
+// (0–40 ms, 20 on average) on top of the agent's own time.
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
@@ -40,10 +43,11 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using Ms = std::chrono::duration<double, std::milli>;
 
+constexpr uint8_t kAltL = 64; // on the evdev key codes Xvfb uses
 const std::string kTitlePrefix = "Quillet 面板｜";
 const char* const kUsage =
     "usage: copy_to_panel [--settle MS] [--timeout MS] [--jitter MS] [--trace] "
-    "[--prepare COMMAND (--double-click FILE | --hot-key)] WORD...";
+    "[--prepare COMMAND (--double-click FILE | --hot-key | --hover FILE)] WORD...";
 
 struct Options {
     std::chrono::milliseconds settle{100};
@@ -52,6 +56,7 @@ struct Options {
     bool trace = false;
     std::string prepare, clickFile;
     bool hotKey = false;
+    bool hover = false;
     std::vector<std::string> words;
 };
 
@@ -173,6 +178,21 @@ public:
     void select(const std::string& word, const Options& options) {
         m_word = word;
         m_sample = Sample{word, {}, {}, {}, {}, {}};
+        if (options.hover) {
+            const auto [x, y] = pointIn(options.clickFile);
+            // From elsewhere, so the resting place is a new one.
+            xcb_test_fake_input(m_connection, XCB_MOTION_NOTIFY, 0, XCB_CURRENT_TIME, m_root,
+                                int16_t(x + 60), int16_t(y + 60), 0);
+            xcb_flush(m_connection);
+            poll(nullptr, 0, 40);
+            xcb_test_fake_input(m_connection, XCB_MOTION_NOTIFY, 0, XCB_CURRENT_TIME, m_root,
+                                int16_t(x), int16_t(y), 0);
+            fake(XCB_KEY_PRESS, kAltL);
+            std::free(xcb_get_input_focus_reply(m_connection, xcb_get_input_focus(m_connection),
+                                                nullptr));
+            m_copiedAt = Clock::now() + std::chrono::milliseconds(240);
+            return;
+        }
         if (options.hotKey) {
             // Control_L, Alt_L, Super_L and D on the evdev key codes Xvfb uses.
             const xcb_keycode_t keys[] = {37, 64, 133, 40};
@@ -181,12 +201,7 @@ public:
             for (int i = 3; i >= 0; --i)
                 fake(XCB_KEY_RELEASE, keys[i]);
         } else {
-            int x = 0, y = 0;
-            if (FILE* file = std::fopen(options.clickFile.c_str(), "r")) {
-                if (std::fscanf(file, "%d %d", &x, &y) != 2)
-                    fail("no point to click at");
-                std::fclose(file);
-            }
+            const auto [x, y] = pointIn(options.clickFile);
             xcb_test_fake_input(m_connection, XCB_MOTION_NOTIFY, 0, XCB_CURRENT_TIME, m_root,
                                 int16_t(x), int16_t(y), 0);
             for (int click = 0; click < 2; ++click) {
@@ -202,6 +217,24 @@ public:
         std::free(
             xcb_get_input_focus_reply(m_connection, xcb_get_input_focus(m_connection), nullptr));
         m_copiedAt = Clock::now();
+    }
+
+    // Lets go of the hover key after an answer.
+    void release(const Options& options) {
+        if (!options.hover)
+            return;
+        fake(XCB_KEY_RELEASE, kAltL);
+        xcb_flush(m_connection);
+    }
+
+    static std::pair<int, int> pointIn(const std::string& path) {
+        int x = 0, y = 0;
+        if (FILE* file = std::fopen(path.c_str(), "r")) {
+            if (std::fscanf(file, "%d %d", &x, &y) != 2)
+                fail("no point to click at");
+            std::fclose(file);
+        }
+        return {x, y};
     }
 
     void fake(uint8_t type, uint8_t detail) {
@@ -387,6 +420,9 @@ Options parse(int argc, char** argv) {
                                        : options.jitter) = value;
         } else if ((argument == "--prepare" || argument == "--double-click") && i + 1 < argc) {
             (argument == "--prepare" ? options.prepare : options.clickFile) = argv[++i];
+        } else if (argument == "--hover" && i + 1 < argc) {
+            options.hover = true;
+            options.clickFile = argv[++i];
         } else if (argument == "--hot-key") {
             options.hotKey = true;
         } else if (argument == "--trace") {
@@ -472,6 +508,7 @@ int main(int argc, char** argv) {
                 return s.answerPixels && display.stillFor(options.settle);
             },
             options.timeout);
+        display.release(options);
         const Sample& sample = display.sample();
         std::printf("%-16s %8s %8s %8s %8s %8s\n", word.c_str(), figure(sample.answered).c_str(),
                     figure(sample.map).c_str(), figure(sample.firstPixels).c_str(),
