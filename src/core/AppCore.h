@@ -27,6 +27,7 @@ class FilterPreferences;
 class HotKeyCenter;
 class PointerDwellMonitor;
 class RegionPicker;
+class ScreenText;
 class SelectionCoordinator;
 class SelectionMonitor;
 struct CaptureAdapters;
@@ -140,6 +141,8 @@ public:
     AccessibilityAuthorization* accessibility() { return m_accessibility.get(); }
     // Nothing where hover lookup is not offered.
     PointerDwellMonitor* pointerDwell() { return m_dwell.get(); }
+    // Reads text off the screen; nothing where this OS's adapters offer none.
+    const ScreenText* screenText() const;
     bool isLookupInFlight() const { return m_inFlight.has_value(); }
 
     // The feature names of copied, selected and hot-key text in event-log lines.

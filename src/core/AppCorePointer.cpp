@@ -45,6 +45,10 @@ QString AppCore::regionFeature() {
     return u"截图查询"_s;
 }
 
+const ScreenText* AppCore::screenText() const {
+    return m_deps.capture ? m_deps.capture->screenText.get() : nullptr;
+}
+
 void AppCore::makePointerSources() {
     const CaptureAdapters* adapters = m_deps.capture;
     if (!adapters || !adapters->pointerSampler)

@@ -4,6 +4,7 @@
 #include "capture/PermissionCenter.h"
 #include "lookup/TranslationEngine.h"
 #include "platform/PlatformTexts.h"
+#include "platform/ScreenText.h"
 
 using namespace Qt::StringLiterals;
 
@@ -73,9 +74,7 @@ Capability CapabilityModel::capability(Id id) const {
             id, u"浏览器连接器"_s,
             u"让 Quillet 读取浏览器里视频字幕的连接器，会在以后的版本中提供。"_s);
     case Id::recognitionData:
-        return notYetAvailable(
-            id, u"文字识别数据"_s,
-            u"框选识别屏幕文字、识别画面中的字幕所需的数据，会在以后的版本中提供。"_s);
+        return recognitionData();
     }
     return {};
 }
@@ -196,5 +195,23 @@ Capability CapabilityModel::translationModel() const {
     }
     capability.fix = Capability::Fix::showTranslationSettings;
     capability.fixLabel = u"前往「词典与翻译」"_s;
+    return capability;
+}
+
+Capability CapabilityModel::recognitionData() const {
+    Capability capability{.id = Id::recognitionData, .name = u"文字识别数据"_s};
+    if (!m_sources.screenText) {
+        capability.state = unknownState;
+        capability.explanation = u"框选查询要用它识别屏幕上的英文；悬停取词在不支持辅助功能的"
+                                 u"程序里也靠它。"_s;
+    } else if (m_sources.screenText->hasEngine()) {
+        capability.works = true;
+        capability.state = u"已安装"_s;
+        capability.explanation = u"框选查询用它识别屏幕上的英文；悬停取词在不支持辅助功能的"
+                                 u"程序里也靠它。"_s;
+    } else {
+        capability.state = u"未安装"_s;
+        capability.explanation = PlatformTexts::recognitionDataMissing();
+    }
     return capability;
 }

@@ -9,6 +9,7 @@
 
 class AccessibilityAuthorization;
 class PermissionCenter;
+class ScreenText;
 class TranslationEngine;
 
 // The kind of desktop the program runs on, as the windows detect it.
@@ -48,6 +49,7 @@ public:
         // Tells whether a sandbox keeps the program from other applications.
         AccessibilityAuthorization* accessibility = nullptr;
         TranslationEngine* translator = nullptr;
+        const ScreenText* screenText = nullptr;
     };
 
     explicit CapabilityModel(Sources sources, QObject* parent = nullptr);
@@ -71,6 +73,7 @@ private:
     Capability screenRecording() const;
     Capability session() const;
     Capability translationModel() const;
+    Capability recognitionData() const;
 
     Sources m_sources;
 };

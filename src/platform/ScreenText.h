@@ -34,6 +34,8 @@ public:
 
     virtual ~ScreenText() = default;
 
+    // The recognition engine and its English data are installed (a cheap check of files).
+    virtual bool hasEngine() const { return true; }
     // Loads the engine ahead of the first read, off the main thread. Idempotent; a read
     // without it loads the engine first.
     virtual void prepare() = 0;

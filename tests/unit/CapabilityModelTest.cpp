@@ -6,6 +6,7 @@
 #include "harness/ScriptedPermissions.h"
 #include "logs/EventLog.h"
 #include "lookup/TranslationEngine.h"
+#include "platform/ScreenText.h"
 #include "settings/DefaultsStore.h"
 #include "settings/TriggerSettings.h"
 
@@ -124,4 +125,25 @@ TEST_F(CapabilityModelTest, TheTranslationModelFollowsTheTranslatorAndLeadsToIts
     translation = capabilities->capability(Id::translationModel);
     EXPECT_TRUE(translation.works);
     EXPECT_EQ(translation.fix, Fix::none);
+}
+
+TEST_F(CapabilityModelTest, RecognitionDataSaysWhatToInstallWhenMissing) {
+    class Screen final : public ScreenText {
+    public:
+        bool installed = true;
+        bool hasEngine() const override { return installed; }
+        void prepare() override {}
+        void release() override {}
+        QCoro::Task<Outcome> read(QRect, Layout, std::chrono::milliseconds) override {
+            co_return Outcome(Failure::engineMissing);
+        }
+    } screen;
+    const CapabilityModel capabilities(
+        {.session = DesktopSession::x11, .permissions = &permissions, .screenText = &screen});
+    EXPECT_TRUE(capabilities.capability(Id::recognitionData).works);
+    EXPECT_TRUE(capabilities.lines().contains(u"文字识别数据：已安装"_s));
+    screen.installed = false;
+    const Capability missing = capabilities.capability(Id::recognitionData);
+    EXPECT_FALSE(missing.works);
+    EXPECT_TRUE(missing.explanation.contains(u"tesseract-ocr-eng"_s));
 }

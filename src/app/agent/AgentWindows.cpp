@@ -40,6 +40,7 @@ void AgentWindows::attach(AppCore& core) {
     m_context.hotKeys = core.hotKeys();
     m_context.permissions = core.permissions();
     m_context.accessibility = core.accessibility();
+    m_context.screenText = core.screenText();
 }
 
 void AgentWindows::closeAll() {
@@ -79,6 +80,7 @@ void AgentWindows::showOnboardingIfFirstRun() {
                                                          },
                                                      .permissions = m_context.permissions,
                                                      .accessibility = m_context.accessibility,
+                                                     .screenText = m_context.screenText,
                                                      .openSettings =
                                                          [this] {
                                                              openSettings();
@@ -91,7 +93,8 @@ QStringList AgentWindows::capabilityStates() {
             CapabilityModel::Sources{.session = detectDesktopSession(),
                                      .permissions = m_context.permissions,
                                      .accessibility = m_context.accessibility,
-                                     .translator = &m_context.translator});
+                                     .translator = &m_context.translator,
+                                     .screenText = m_context.screenText});
     }
     return m_capabilities->lines();
 }

@@ -47,7 +47,8 @@ OnboardingWindow::OnboardingWindow(Dependencies dependencies, QWidget* parent)
     : QWidget(parent), m_deps(std::move(dependencies)),
       m_capabilities(new CapabilityModel({.session = detectDesktopSession(),
                                           .permissions = m_deps.permissions,
-                                          .accessibility = m_deps.accessibility},
+                                          .accessibility = m_deps.accessibility,
+                                          .screenText = m_deps.screenText},
                                          this)) {
     setObjectName(u"onboardingWindow"_s);
     setWindowTitle(u"欢迎使用 Quillet"_s);

@@ -9,6 +9,7 @@ class CapabilityRow;
 class InterfaceSettings;
 class PermissionCenter;
 class QLabel;
+class ScreenText;
 class QVBoxLayout;
 class TriggerSettings;
 
@@ -26,6 +27,7 @@ public:
         // Missing where there is no desktop to capture from.
         PermissionCenter* permissions = nullptr;
         AccessibilityAuthorization* accessibility = nullptr;
+        const ScreenText* screenText = nullptr;
         // Opens the settings window; without it the window offers no way there.
         std::function<void()> openSettings;
     };

@@ -18,7 +18,8 @@ PermissionsPage::PermissionsPage(SettingsContext& context, QWidget* parent)
       m_model(new CapabilityModel({.session = detectDesktopSession(),
                                    .permissions = context.permissions,
                                    .accessibility = context.accessibility,
-                                   .translator = &context.translator},
+                                   .translator = &context.translator,
+                                   .screenText = context.screenText},
                                   this)) {
     QVBoxLayout* column = SettingsForm::pageColumn(this, u"权限"_s);
     QLabel* rule = SettingsForm::hint(PermissionCenter::ruleText(), this);

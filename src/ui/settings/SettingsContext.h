@@ -12,6 +12,7 @@ class FilterPreferences;
 class HotKeyCenter;
 class InterfaceSettings;
 class PermissionCenter;
+class ScreenText;
 class Preferences;
 class TranslationEngine;
 class TranslationSettings;
@@ -35,6 +36,7 @@ struct SettingsContext {
     HotKeyCenter* hotKeys = nullptr;
     PermissionCenter* permissions = nullptr;
     AccessibilityAuthorization* accessibility = nullptr;
+    const ScreenText* screenText = nullptr;
     // Shows the folder the user adds dictionaries to; the button is left out without it.
     std::function<void()> openDictionaryFolder = {};
     // The settings file, which the diagnostics export reads.
