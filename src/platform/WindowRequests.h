@@ -7,4 +7,9 @@ namespace WindowRequests {
 // nothing else would send it soon, as when a window is only reshaped, frame after frame.
 void send();
 
+// Sends it and waits until the window system has carried it out: after this, a window
+// hidden before is off the screen for every other client too. One round trip; no events
+// are handled meanwhile.
+void sync();
+
 } // namespace WindowRequests
