@@ -266,6 +266,14 @@ std::optional<QString> NotchPanel::loadingQuery() const {
     return m_loadingQuery;
 }
 
+void NotchPanel::showPointerHint(bool holding) {
+    m_window->setMarked(holding);
+}
+
+bool NotchPanel::showsPointerHint() const {
+    return m_window->showsMark();
+}
+
 void NotchPanel::showAtRest() {
     m_window->show();
 }

@@ -65,6 +65,9 @@ public:
     void scheduleAutoHide() override;
     void collapse() override;
     std::optional<QString> loadingQuery() const override;
+    // Marks the resting pill ("取词") while the hover key is held. An open panel is left as
+    // it is: its content matters more, and the mark appears once it folds, if still held.
+    void showPointerHint(bool holding) override;
 
     // Puts the collapsed pill on screen; every layout also shows the window by itself.
     void showAtRest();
@@ -85,6 +88,8 @@ public:
     bool selectTab(const QString& id);
     // The failure, notice or hint text on screen; empty otherwise.
     QString message() const;
+    // Whether the pill shows that hover lookup is armed.
+    bool showsPointerHint() const;
     // What Actions::wordSources answered for the result on screen.
     const QList<LookupResult::Source>& loadedWordSources() const { return m_loadedWordSources; }
 

@@ -6,6 +6,7 @@
 #include <QCoreApplication>
 #include <QCursor>
 #include <QEnterEvent>
+#include <QFontMetrics>
 #include <QGuiApplication>
 #include <QPainter>
 #include <QRegion>
@@ -121,18 +122,40 @@ void NotchWindow::settle() {
     if (m_expanded)
         return;
     m_content->hide();
-    if (!m_showsWhenCollapsed)
+    if (!m_showsWhenCollapsed && !m_marked)
         hide();
+    else if (m_marked)
+        update(); // the pill now shows the mark
 }
 
 void NotchWindow::setShowsWhenCollapsed(bool shows) {
     m_showsWhenCollapsed = shows;
     if (m_expanded || isMoving())
         return;
-    if (shows)
+    if (shows || m_marked)
         show();
     else
         hide();
+}
+
+void NotchWindow::setMarked(bool marked) {
+    if (m_marked == marked)
+        return;
+    m_marked = marked;
+    if (m_expanded || isMoving())
+        return; // settle() brings the pill in line
+    if (marked && !isVisible()) {
+        show();
+        if (hasRealWindowing())
+            raise();
+    } else if (!marked && !m_showsWhenCollapsed) {
+        hide();
+    }
+    update();
+}
+
+bool NotchWindow::showsMark() const {
+    return m_marked && isVisible() && !m_expanded && !isMoving();
 }
 
 void NotchWindow::place(QSize size) {
@@ -206,6 +229,27 @@ void NotchWindow::paintEvent(QPaintEvent*) {
     painter.setClipRect(rect().adjusted(0, 2, 0, 0));
     painter.setPen(QPen(PanelStyle::hairline(), 1.0));
     painter.drawPath(outline(QSizeF(size()) - QSizeF(0, 0.5)));
+    painter.setClipping(false);
+    if (showsMark())
+        paintMark(painter);
+}
+
+// A small dot and "取词" in the pill's middle: seen at a glance, never in the way.
+void NotchWindow::paintMark(QPainter& painter) const {
+    const QString text = u"取词"_s;
+    const QFont font = PanelStyle::textFont(11, QFont::Medium);
+    const int dot = 6;
+    const int gap = 5;
+    const int textWidth = QFontMetrics(font).horizontalAdvance(text);
+    const int left = (width() - (dot + gap + textWidth)) / 2;
+    const int middle = std::min(height(), PanelStyle::collapsedHeight) / 2;
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(PanelStyle::accent());
+    painter.drawEllipse(QRectF(left, middle - dot / 2.0, dot, dot));
+    painter.setFont(font);
+    painter.setPen(PanelStyle::secondaryText());
+    painter.drawText(QRect(left + dot + gap, 0, textWidth + 2, 2 * middle),
+                     Qt::AlignVCenter | Qt::AlignLeft, text);
 }
 
 void NotchWindow::resizeEvent(QResizeEvent* event) {

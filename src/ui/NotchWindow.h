@@ -6,6 +6,7 @@
 #include <QVariantAnimation>
 #include <QWidget>
 
+class QPainter;
 class QScreen;
 
 // The panel's top-level window: a frameless, focus-less notch hanging from the top edge of
@@ -25,6 +26,11 @@ public:
     bool isExpanded() const { return m_expanded; }
     // Whether the pill stays on screen once collapsed, or the window goes until the next drop.
     void setShowsWhenCollapsed(bool shows);
+    // A quiet mark in the pill (hover lookup armed). It puts the pill on screen while it
+    // lasts, even where the pill does not stay; an open panel shows its content instead.
+    void setMarked(bool marked);
+    // Whether the mark is on screen: set, and the window settled into its pill.
+    bool showsMark() const;
     bool isMoving() const { return m_animation.state() == QAbstractAnimation::Running; }
     // The window size that holds content of `contentSize`, margins and shoulders included.
     static QSize windowSizeFor(QSize contentSize);
@@ -46,6 +52,7 @@ private:
     void animateTo(QSize from, QSize to, int durationMs);
     // Where a move ends: the content goes when collapsed, and the pill too unless it stays.
     void settle();
+    void paintMark(QPainter& painter) const;
     // Shows `visible` of the window, centred along its top edge.
     void reveal(QSize visible);
     // Gives the window `size`, centred at the top of the screen, with the content in place.
@@ -65,4 +72,5 @@ private:
     QRegion m_shape;
     bool m_expanded = false;
     bool m_showsWhenCollapsed = true;
+    bool m_marked = false;
 };
