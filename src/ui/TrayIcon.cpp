@@ -8,7 +8,8 @@ using namespace Qt::StringLiterals;
 TrayIcon::TrayIcon(TriggerSettings& triggers, QObject* parent)
     : QObject(parent), m_triggers(triggers) {
     m_menu.addAction(u"查询选中的文字"_s, this, &TrayIcon::lookUpSelectionRequested);
-    // The box lookup and the notebook join here when they exist.
+    m_menu.addAction(u"框选查询"_s, this, &TrayIcon::regionLookupRequested);
+    // The notebook joins here when it exists.
     m_menu.addSeparator();
     m_pause =
         m_menu.addAction(QString(), this, [this] { m_triggers.setMuted(!m_triggers.isMuted()); });

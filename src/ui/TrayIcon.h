@@ -6,9 +6,9 @@
 
 class TriggerSettings;
 
-// The icon in the tray and the program's actions in its menu: look up the selection, the
-// settings, the event log, pause or resume automatic lookups (the icon fades while paused),
-// quit. The actions are signals; the agent decides what each opens.
+// The icon in the tray and the program's actions in its menu: look up the selection, draw a
+// box to look up the text in it, the settings, the event log, pause or resume automatic lookups
+// (the icon fades while paused), quit. The actions are signals; the agent decides what each opens.
 class TrayIcon : public QObject {
     Q_OBJECT
 public:
@@ -20,6 +20,7 @@ public:
 
 Q_SIGNALS:
     void lookUpSelectionRequested();
+    void regionLookupRequested();
     void settingsRequested();
     void eventLogRequested();
     void quitRequested();
