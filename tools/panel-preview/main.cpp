@@ -1,13 +1,17 @@
 // Renders each layout of the lookup panel to a PNG file:
 //   QT_QPA_PLATFORM=offscreen panel-preview OUTPUT_DIR [--readme FILE]
 // --readme also writes the word result on a strip of desktop, as shown in the README.
+// region-overlay.png is the box overlay over a page of text, a box being drawn.
 
 #include "lookup/LookupResult.h"
 #include "ui/Icons.h"
 #include "ui/NotchPanel.h"
+#include "ui/PanelStyle.h"
+#include "ui/RegionOverlayWindow.h"
 
 #include <QApplication>
 #include <QDir>
+#include <QFontMetrics>
 #include <QLinearGradient>
 #include <QPainter>
 #include <QPixmap>
@@ -104,6 +108,48 @@ LookupResult phraseGloss() {
     Gloss gloss;
     gloss.pieces = {glossed(u"give up"_s, u"give up"_s, {u"放弃"_s, u"投降"_s, u"停止"_s}, true)};
     return LookupResult::glossed(u"give up"_s, gloss, std::nullopt);
+}
+
+// A page of a book as a reader shows it, for the overlay to be drawn over.
+struct Page {
+    QPixmap pixmap;
+    QRect phrase; // where "the evening sky" stands
+};
+
+Page readingPage(QSize size) {
+    Page page;
+    page.pixmap = QPixmap(size * 2);
+    page.pixmap.setDevicePixelRatio(2);
+    page.pixmap.fill(QColor(250, 248, 243));
+    QPainter painter(&page.pixmap);
+    painter.setRenderHint(QPainter::TextAntialiasing);
+    QFont title = PanelStyle::latinFont(22, QFont::DemiBold);
+    painter.setFont(title);
+    painter.setPen(QColor(40, 40, 40));
+    const int left = 80;
+    painter.drawText(QPoint(left, 80), u"Chapter Three"_s);
+    const QFont body = PanelStyle::latinFont(17);
+    painter.setFont(body);
+    const QFontMetrics metrics(body);
+    const QStringList lines = {
+        u"The quiet water of the lake reflected the evening sky, and"_s,
+        u"for a long while nobody spoke. Far off, a heron lifted itself"_s,
+        u"from the reeds and crossed the bay with slow, deliberate wings."_s,
+        u"She had come back to the house after eleven years, expecting"_s,
+        u"to find it changed; instead the porch still leaned, the paint"_s,
+        u"still peeled, and the old clock in the hall still ran late."_s,
+    };
+    int baseline = 130;
+    for (const QString& line : lines) {
+        painter.drawText(QPoint(left, baseline), line);
+        baseline += metrics.lineSpacing() + 8;
+    }
+    const QString before = u"The quiet water of the lake reflected "_s;
+    const int phraseLeft = left + metrics.horizontalAdvance(before);
+    const int phraseWidth = metrics.horizontalAdvance(u"the evening sky"_s);
+    page.phrase =
+        QRect(phraseLeft - 6, 130 - metrics.ascent() - 6, phraseWidth + 12, metrics.height() + 12);
+    return page;
 }
 
 class Renderer {
@@ -216,5 +262,10 @@ int main(int argc, char** argv) {
     ok &= renderer.save(window, u"language-pack-progress"_s);
 
     ok &= Icons::app().pixmap(QSize(128, 128)).save(output.filePath(u"icon.png"_s));
+
+    const Page page = readingPage(QSize(760, 400));
+    RegionOverlayWindow overlay(QRect(QPoint(), QSize(760, 400)), page.pixmap);
+    overlay.showDrag(page.phrase.topLeft(), page.phrase.bottomRight());
+    ok &= renderer.save(&overlay, u"region-overlay"_s);
     return ok ? 0 : 1;
 }
