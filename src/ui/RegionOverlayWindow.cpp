@@ -17,7 +17,7 @@ namespace {
 
 // Slight: the text around the box stays readable, so the user can still aim.
 QColor dimming() {
-    return QColor(0, 0, 0, 96);
+    return QColor(0, 0, 0, 72);
 }
 
 const QString& bannerText() {

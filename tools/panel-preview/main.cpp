@@ -148,7 +148,7 @@ Page readingPage(QSize size) {
     const int phraseLeft = left + metrics.horizontalAdvance(before);
     const int phraseWidth = metrics.horizontalAdvance(u"the evening sky"_s);
     page.phrase =
-        QRect(phraseLeft - 6, 130 - metrics.ascent() - 6, phraseWidth + 12, metrics.height() + 12);
+        QRect(phraseLeft - 4, 130 - metrics.ascent() - 6, phraseWidth + 7, metrics.height() + 12);
     return page;
 }
 
