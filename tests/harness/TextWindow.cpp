@@ -28,6 +28,10 @@ QString TextWindow::initialText() {
            "A word you look up twice is a word you will remember.\n"_s;
 }
 
+QString TextWindow::fieldText() {
+    return u"Look it up again tomorrow"_s;
+}
+
 bool TextWindow::start() {
     return start(Options{});
 }
@@ -51,8 +55,12 @@ bool TextWindow::start(const Options& options) {
 }
 
 bool TextWindow::command(const QString& line) {
+    return commandAnswer(line) == u"ok"_s;
+}
+
+QString TextWindow::commandAnswer(const QString& line) {
     process.write(line.toUtf8() + '\n');
-    return nextLine(15000) == u"ok"_s;
+    return nextLine(15000);
 }
 
 QString TextWindow::nextLine(int timeoutMs) {

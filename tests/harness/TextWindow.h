@@ -23,6 +23,8 @@ public:
     bool start();
     // Sends one command ("select 4 9", "focus password"…) and waits for it to be done.
     bool command(const QString& line);
+    // Sends one command and hands back its answer ("ok X Y"…); empty when none came.
+    QString commandAnswer(const QString& line);
 
     qint64 pid() const { return process.processId(); }
     quint32 windowId() const { return window; }
@@ -34,6 +36,8 @@ public:
 
     // The text the view starts with.
     static QString initialText();
+    // The text of the one-line field.
+    static QString fieldText();
 
 private:
     QString nextLine(int timeoutMs);

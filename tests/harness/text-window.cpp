@@ -1,7 +1,7 @@
-// Another program's window, for the tests that read selections through accessibility: a
-// multi-line text view holding English text, a password field, and an ordinary text box
-// inside a container that calls itself a password field (the way GTK 4 builds its password
-// entry).
+// Another program's window, for the tests that read text through accessibility: a
+// multi-line text view holding English text, a password field, an ordinary text box inside a
+// container that calls itself a password field (the way GTK 4 builds its password entry), and
+// a one-line text field.
 //
 //   text-window [--class CLASS] [--no-accessibility]
 //       --class sets the window's WM_CLASS (a test can show it as "KeePassXC" or "XTerm");
@@ -18,6 +18,11 @@
 //                            control characters and lone surrogates among them
 //         show WORD          the text view focused, holding WORD alone, nothing selected;
 //                            answers "ok X Y", the word's middle on the screen
+//         locate [view|field] START END
+//                            answers "ok X Y", the middle of that range of the text view's
+//                            (or the one-line field's) text on the screen
+//         locate password|nested
+//                            answers "ok X Y", the middle of that field on the screen
 //
 // Ends when its standard input closes, or on SIGTERM; the tests stop it by process id.
 #include <QAccessible>
@@ -41,6 +46,8 @@ namespace {
 const QString englishText = u"The quick brown fox jumps over the lazy dog.\n"
                             "Reading in another language is slow at first, and then it is not.\n"
                             "A word you look up twice is a word you will remember.\n"_s;
+
+const QString fieldText = u"Look it up again tomorrow"_s;
 
 void say(const QByteArray& line) {
     std::fputs(line.constData(), stdout);
@@ -83,12 +90,14 @@ class TextWindow : public QWidget {
 public:
     TextWindow() {
         view->setPlainText(englishText);
+        field->setText(fieldText);
         password->setEchoMode(QLineEdit::Password);
         password->setText(u"hunter2-and-more"_s);
         auto* layout = new QVBoxLayout(this);
         layout->addWidget(view);
         layout->addWidget(password);
         layout->addWidget(nested);
+        layout->addWidget(field);
         resize(640, 360);
     }
 
@@ -151,6 +160,8 @@ public:
             reply = " " + QByteArray::number(middle.x()) + " " + QByteArray::number(middle.y());
             return true;
         }
+        if (command == "locate")
+            return locate(words.mid(1));
         if (command == "garbage" && words.size() == 3) {
             const qsizetype count = words[1].toLongLong();
             std::mt19937 random(words[2].toUInt());
@@ -167,9 +178,59 @@ public:
     QByteArray reply;
 
 private:
+    void answerPoint(QPoint global) {
+        reply = " " + QByteArray::number(global.x()) + " " + QByteArray::number(global.y());
+    }
+
+    bool locate(const QList<QByteArray>& words) {
+        if (words.size() == 1 && (words[0] == "password" || words[0] == "nested")) {
+            QWidget* target = words[0] == "password" ? static_cast<QWidget*>(password) : nested;
+            answerPoint(target->mapToGlobal(target->rect().center()));
+            return true;
+        }
+        if (words.size() != 2 && words.size() != 3)
+            return false;
+        const bool inField = words.size() == 3 && words[0] == "field";
+        const QList<QByteArray> range = inField ? words.mid(1) : words.mid(words.size() - 2);
+        bool startOk = false;
+        bool endOk = false;
+        const int start = range.value(0).toInt(&startOk);
+        const int end = range.value(1).toInt(&endOk);
+        if (!startOk || !endOk || start >= end ||
+            (words.size() == 3 && !inField && words[0] != "view"))
+            return false;
+        if (inField) {
+            if (end > field->text().size())
+                return false;
+            // Where the field would put its cursor at each end of the range.
+            const auto cursorAt = [this](int position) {
+                field->setCursorPosition(position);
+                return field->inputMethodQuery(Qt::ImCursorRectangle).toRect();
+            };
+            const QRect first = cursorAt(start);
+            const QRect last = cursorAt(end);
+            const int x = (first.left() + last.left()) / 2;
+            answerPoint(field->mapToGlobal(QPoint(x, first.center().y())));
+            return true;
+        }
+        if (end > view->document()->characterCount())
+            return false;
+        QTextCursor cursor(view->document());
+        cursor.setPosition(start);
+        const QRect first = view->cursorRect(cursor);
+        cursor.setPosition(end);
+        const QRect last = view->cursorRect(cursor);
+        if (first.top() != last.top())
+            return false; // one line at a time
+        answerPoint(view->viewport()->mapToGlobal(
+            QPoint((first.left() + last.left()) / 2, first.center().y())));
+        return true;
+    }
+
     QPlainTextEdit* view = new QPlainTextEdit(this);
     QLineEdit* password = new QLineEdit(this);
     PasswordBox* nested = new PasswordBox(this);
+    QLineEdit* field = new QLineEdit(this);
 };
 
 } // namespace

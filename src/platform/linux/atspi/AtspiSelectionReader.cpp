@@ -2,42 +2,16 @@
 
 #include "AtspiBus.h"
 #include "AtspiFocusSearch.h"
+#include "AtspiPasswordGuard.h"
 
 using namespace Qt::StringLiterals;
 using Reply = Atspi::Reply;
 using Miss = AccessibleSelectionReader::Miss;
 using Outcome = AccessibleSelectionReader::Outcome;
+using Atspi::Guard;
+using Atspi::passwordGuard;
 
 namespace {
-
-// Toolkits put an ordinary text object inside their password entries, so the focused
-// object's nearest ancestors count too.
-constexpr int ancestorsAsked = 3;
-
-enum class Guard { clear, password, silent, gone };
-
-QCoro::Task<Guard> passwordGuard(QDBusConnection bus, AtspiObject object,
-                                 std::chrono::milliseconds limit) {
-    for (int level = 0; level <= ancestorsAsked; ++level) {
-        auto roleCall = Atspi::call(bus, object, Atspi::accessible, u"GetRole"_s, {}, limit);
-        auto parentCall = Atspi::property(bus, object, u"Parent"_s, limit);
-        const Reply role = co_await roleCall;
-        const Reply parent = co_await parentCall;
-        if (role.kind == Reply::Kind::silent)
-            co_return Guard::silent;
-        if (role.kind == Reply::Kind::gone)
-            co_return Guard::gone;
-        const uint number = role.first().toUInt();
-        if (number == Atspi::rolePasswordText)
-            co_return Guard::password;
-        const std::optional<AtspiObject> next = Atspi::objectFrom(parent.first());
-        if (number == Atspi::roleApplication || !next || next->service.isEmpty() ||
-            next->path == u"/org/a11y/atspi/null"_s)
-            break;
-        object = *next;
-    }
-    co_return Guard::clear;
-}
 
 QCoro::Task<Outcome> selectedText(QDBusConnection bus, AtspiObject object,
                                   std::chrono::milliseconds limit) {

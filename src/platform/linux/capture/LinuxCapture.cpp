@@ -1,12 +1,15 @@
 #include "platform/CaptureAdapters.h"
 #include "platform/linux/atspi/AtspiAccessibilityGrant.h"
 #include "platform/linux/atspi/AtspiSelectionReader.h"
+#include "platform/linux/atspi/AtspiWordReader.h"
 #include "platform/linux/capture/X11FrontmostApplication.h"
+#include "platform/linux/capture/X11WindowAtPoint.h"
 #include "platform/linux/capture/XInputPointerEvents.h"
 #include "platform/linux/capture/XTestKeySynthesizer.h"
 #include "platform/linux/capture/XcbClipboardSnapshots.h"
 #include "platform/linux/capture/XcbEventConnection.h"
 #include "platform/linux/capture/XcbHotKeys.h"
+#include "platform/linux/capture/XcbPointerSampler.h"
 #include "platform/linux/capture/XcbPrimarySelection.h"
 #include "platform/linux/capture/XcbSelectionTransfer.h"
 
@@ -19,6 +22,7 @@ namespace {
 struct X11Shared {
     XcbEventConnection connection;
     XcbSelectionTransfer transfer{connection};
+    X11WindowAtPoint windowAtPoint{connection};
 };
 
 } // namespace
@@ -48,5 +52,9 @@ CaptureAdapters makeCaptureAdapters() {
         return app ? app->pid : qint64(0);
     });
     adapters.permissions = std::make_unique<AtspiAccessibilityGrant>();
+    adapters.pointerSampler = std::make_unique<XcbPointerSampler>(x11.connection);
+    // What the adapters share outlives them.
+    adapters.words = std::make_unique<AtspiWordReader>(
+        [windows = &x11.windowAtPoint](QPointF point) { return windows->processAt(point); });
     return adapters;
 }

@@ -23,12 +23,6 @@ void logProblem(const QString& line) {
     DiagnosticLog::write(line, QDateTime::currentDateTime());
 }
 
-// One device's mask, as XISelectEvents wants it: a header and one word of bits.
-struct DeviceMask {
-    xcb_input_event_mask_t head;
-    quint32 bits;
-};
-
 } // namespace
 
 XInputPointerEvents::XInputPointerEvents(XcbEventConnection& connection, Options options)
@@ -87,23 +81,16 @@ void XInputPointerEvents::stop() {
 }
 
 bool XInputPointerEvents::selectEvents(bool on) {
-    xcb_connection_t* c = m_connection->connection();
+    if (!on)
+        return m_connection->selectXInputEvents(this, {});
     // Raw events come from the master devices with the device that made them as their
     // source; changes to the device list come only for all devices.
     const quint32 rawBits = XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_PRESS |
                             XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_RELEASE |
                             XCB_INPUT_XI_EVENT_MASK_RAW_MOTION;
-    const quint16 length = on ? 1 : 0; // an empty mask clears the device's selection
-    DeviceMask masks[2] = {
-        {{XCB_INPUT_DEVICE_ALL_MASTER, length}, rawBits},
-        {{XCB_INPUT_DEVICE_ALL, length}, XCB_INPUT_XI_EVENT_MASK_HIERARCHY},
-    };
-    // Without bits the masks are bare headers, laid out one after the other.
-    xcb_input_event_mask_t bare[2] = {masks[0].head, masks[1].head};
-    const auto* list = on ? reinterpret_cast<const xcb_input_event_mask_t*>(masks) : bare;
-    Reply<xcb_generic_error_t> error(
-        xcb_request_check(c, xcb_input_xi_select_events_checked(c, m_connection->root(), 2, list)));
-    return !error;
+    return m_connection->selectXInputEvents(
+        this, {{XCB_INPUT_DEVICE_ALL_MASTER, rawBits},
+               {XCB_INPUT_DEVICE_ALL, XCB_INPUT_XI_EVENT_MASK_HIERARCHY}});
 }
 
 void XInputPointerEvents::readSyntheticDevices() {

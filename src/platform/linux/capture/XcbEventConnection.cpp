@@ -4,7 +4,11 @@
 #include <QSocketNotifier>
 #include <QThread>
 #include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <vector>
 #include <xcb/xcb.h>
+#include <xcb/xinput.h>
 
 XcbEventConnection::XcbEventConnection(QObject* parent) : QObject(parent) {
     int screenNumber = 0;
@@ -60,4 +64,47 @@ void XcbEventConnection::dispatch() {
         std::free(event);
     }
     xcb_flush(m_connection);
+}
+
+bool XcbEventConnection::selectXInputEvents(const void* owner, const EventMaskUnion::Masks& masks) {
+    if (!m_connection)
+        return false;
+    const std::set<quint16> changed = m_xinputMasks.set(owner, masks);
+    if (changed.empty())
+        return true;
+    // Each device's mask: a header, then its length in words of bits (none clears it).
+    std::vector<quint32> words;
+    for (quint16 device : changed) {
+        const quint32 bits = m_xinputMasks.combined(device);
+        xcb_input_event_mask_t head{device, quint16(bits ? 1 : 0)};
+        static_assert(sizeof head == sizeof(quint32));
+        quint32 headWord = 0;
+        std::memcpy(&headWord, &head, sizeof head);
+        words.push_back(headWord);
+        if (bits)
+            words.push_back(bits);
+    }
+    const auto cookie = xcb_input_xi_select_events_checked(
+        m_connection, root(), quint16(changed.size()),
+        reinterpret_cast<const xcb_input_event_mask_t*>(words.data()));
+    std::unique_ptr<xcb_generic_error_t, decltype(&std::free)> error(
+        xcb_request_check(m_connection, cookie), &std::free);
+    return !error;
+}
+
+bool XcbEventConnection::selectRootEvents(const void* owner, quint32 eventMask) {
+    if (!m_connection)
+        return false;
+    constexpr quint16 rootKey = 0;
+    EventMaskUnion::Masks masks;
+    if (eventMask)
+        masks[rootKey] = eventMask;
+    if (m_rootMasks.set(owner, masks).empty())
+        return true;
+    const quint32 combined = m_rootMasks.combined(rootKey);
+    std::unique_ptr<xcb_generic_error_t, decltype(&std::free)> error(
+        xcb_request_check(m_connection, xcb_change_window_attributes_checked(
+                                            m_connection, root(), XCB_CW_EVENT_MASK, &combined)),
+        &std::free);
+    return !error;
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/linux/capture/EventMaskUnion.h"
+
 #include <QObject>
 #include <functional>
 #include <memory>
@@ -35,6 +37,13 @@ public:
     // and before the main loop sleeps (a reply read on the way may have brought events).
     void dispatch();
 
+    // What `owner` wants of the root window: XInput events per device (XCB_INPUT_DEVICE_*
+    // or a device id → XCB_INPUT_XI_EVENT_MASK_* bits) and core events (XCB_EVENT_MASK_*).
+    // The server keeps one mask per client, so the connection sends the union of every
+    // owner's; an empty mask withdraws the owner's. False when the server refused.
+    bool selectXInputEvents(const void* owner, const EventMaskUnion::Masks& masks);
+    bool selectRootEvents(const void* owner, quint32 eventMask);
+
 private:
     xcb_connection_t* m_connection = nullptr;
     xcb_screen_t* m_screen = nullptr;
@@ -45,4 +54,6 @@ private:
     };
     std::vector<Entry> m_listeners;
     int m_nextId = 0;
+    EventMaskUnion m_xinputMasks;
+    EventMaskUnion m_rootMasks;
 };

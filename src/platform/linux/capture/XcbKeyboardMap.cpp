@@ -1,5 +1,6 @@
 #include "platform/linux/capture/XcbKeyboardMap.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <memory>
 
@@ -73,4 +74,9 @@ quint16 XcbKeyboardMap::modifierMaskFor(xcb_keysym_t keysym) const {
                     return quint16(1u << modifier);
         }
     return 0;
+}
+
+bool XcbKeyboardMap::isModifierKey(xcb_keycode_t keyCode) const {
+    return keyCode != 0 &&
+           std::find(m_modifierKeys.begin(), m_modifierKeys.end(), keyCode) != m_modifierKeys.end();
 }

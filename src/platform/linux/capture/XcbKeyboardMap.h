@@ -18,6 +18,8 @@ public:
     std::optional<xcb_keycode_t> keyFor(xcb_keysym_t keysym) const;
     // The modifier mask a key with `keysym` sets (Num_Lock's is usually Mod2), or 0.
     quint16 modifierMaskFor(xcb_keysym_t keysym) const;
+    // Whether the key drives a modifier (Shift, Control, Alt, Super, the locks…).
+    bool isModifierKey(xcb_keycode_t keyCode) const;
 
 private:
     xcb_keysym_t symbol(xcb_keycode_t keyCode, int column) const;
