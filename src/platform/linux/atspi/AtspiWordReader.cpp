@@ -75,8 +75,8 @@ QCoro::Task<AtspiObject> deepestAt(QDBusConnection bus, AtspiObject object, QPoi
                                    std::chrono::milliseconds limit) {
     const QVariantList here{point.x(), point.y(), screenCoordinates};
     for (int level = 0; level < deepestDescent; ++level) {
-        const Reply child = co_await Atspi::call(bus, object, component,
-                                                 u"GetAccessibleAtPoint"_s, here, limit);
+        const Reply child =
+            co_await Atspi::call(bus, object, component, u"GetAccessibleAtPoint"_s, here, limit);
         const std::optional<AtspiObject> next =
             child.answered() ? Atspi::objectFrom(child.first()) : std::nullopt;
         if (!isObject(next) || *next == object)
@@ -117,8 +117,8 @@ enum class Extent { holds, misses, unknown };
 QCoro::Task<Extent> characterHolds(QDBusConnection bus, AtspiObject object, int offset,
                                    QPoint point, std::chrono::milliseconds limit) {
     const QVariantList arguments{offset, screenCoordinates};
-    const Reply extents = co_await Atspi::call(bus, object, Atspi::text,
-                                               u"GetCharacterExtents"_s, arguments, limit);
+    const Reply extents =
+        co_await Atspi::call(bus, object, Atspi::text, u"GetCharacterExtents"_s, arguments, limit);
     const QVariantList box = extents.message.arguments();
     if (!extents.answered() || box.size() < 4)
         co_return Extent::unknown;
@@ -138,8 +138,7 @@ QCoro::Task<int> characterAt(QDBusConnection bus, TextAt text, QPoint point,
     if (here != Extent::misses)
         co_return text.offset;
     if (text.offset > 0 &&
-        co_await characterHolds(bus, text.object, text.offset - 1, point, limit) ==
-            Extent::holds)
+        co_await characterHolds(bus, text.object, text.offset - 1, point, limit) == Extent::holds)
         co_return text.offset - 1;
     co_return -1;
 }
@@ -150,9 +149,8 @@ struct Span {
 };
 
 // GetStringAtOffset where the application has it, GetTextAtOffset where it does not.
-QCoro::Task<Span> stringAt(QDBusConnection bus, AtspiObject object, int offset,
-                           uint granularity, uint boundary, bool modern,
-                           std::chrono::milliseconds limit) {
+QCoro::Task<Span> stringAt(QDBusConnection bus, AtspiObject object, int offset, uint granularity,
+                           uint boundary, bool modern, std::chrono::milliseconds limit) {
     if (modern) {
         const QVariantList arguments{offset, granularity};
         const Reply reply = co_await Atspi::call(bus, object, Atspi::text, u"GetStringAtOffset"_s,
@@ -206,8 +204,8 @@ QCoro::Task<Outcome> readWord(std::shared_ptr<AtspiBus> atspi, qint64 process, Q
     if (!hasLetterOrDigit(word.text))
         co_return Miss::noText;
     // The sentence, else the line: whichever the application knows, asked the same way.
-    Span context = co_await stringAt(*bus, text->object, offset, sentenceGranularity,
-                                     sentenceStart, word.asked, limit);
+    Span context = co_await stringAt(*bus, text->object, offset, sentenceGranularity, sentenceStart,
+                                     word.asked, limit);
     if (!hasLetterOrDigit(context.text))
         context = co_await stringAt(*bus, text->object, offset, lineGranularity, lineStart,
                                     word.asked, limit);
