@@ -44,7 +44,7 @@ XcbMenuStrip::XcbMenuStrip(xcb_connection_t* connection, xcb_window_t root)
     for (std::size_t i = 0; i < std::size(names); ++i) {
         std::unique_ptr<xcb_intern_atom_reply_t, FreeDeleter> reply(
             xcb_intern_atom_reply(connection, cookies[i], nullptr));
-        *atoms[i] = reply ? reply->atom : XCB_ATOM_NONE;
+        *atoms[i] = reply ? reply->atom : xcb_atom_t(XCB_ATOM_NONE);
     }
 }
 
