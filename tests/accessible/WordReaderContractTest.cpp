@@ -1,8 +1,8 @@
 // What hover lookup relies on from the word reader, checked against the scripted fake the
 // unit tests use and against the AT-SPI reader pointing into another program's window on the
 // accessibility bus, so the fake cannot drift from what the desktop really does.
-#include "harness/TextWindow.h"
 #include "harness/ScriptedAccessibleWords.h"
+#include "harness/TextWindow.h"
 #include "platform/linux/atspi/AtspiWordReader.h"
 #include "platform/linux/capture/X11WindowAtPoint.h"
 #include "platform/linux/capture/XcbEventConnection.h"
@@ -107,7 +107,9 @@ struct Desktop {
     static constexpr bool isScripted = false;
     XcbEventConnection connection;
     X11WindowAtPoint windows{connection};
-    AtspiWordReader reader{[this](QPointF p) { return windows.processAt(p); }};
+    AtspiWordReader reader{[this](QPointF p) {
+        return windows.processAt(p);
+    }};
     TextWindow window;
     std::unique_ptr<QLabel> own;
     bool started = window.start();
@@ -124,9 +126,7 @@ struct Desktop {
         const int start = int(TextWindow::fieldText().indexOf(word));
         return ask(u"locate field %1 %2"_s.arg(start).arg(start + word.size()));
     }
-    std::optional<QPointF> passwordField(const QString& which) {
-        return ask(u"locate "_s + which);
-    }
+    std::optional<QPointF> passwordField(const QString& which) { return ask(u"locate "_s + which); }
     // Well right of the first line's end, inside the text view.
     std::optional<QPointF> blankOfTheView() {
         const std::optional<QPointF> end = wordAt(40, 43);
@@ -163,8 +163,8 @@ protected:
         (void)QTest::qWaitFor([&] { return (last = read(at)) == expected; }, 5000);
         if (last == expected)
             return testing::AssertionSuccess();
-        return testing::AssertionFailure() << "at " << at.x() << "," << at.y() << ": "
-                                           << testing::PrintToString(last);
+        return testing::AssertionFailure()
+               << "at " << at.x() << "," << at.y() << ": " << testing::PrintToString(last);
     }
     static Outcome word(const QString& text) { return Word{text, {}}; }
 };

@@ -52,7 +52,8 @@ public:
                 std::unique_ptr<xcb_get_property_reply_t, decltype(&std::free)> reply(
                     xcb_get_property_reply(
                         c,
-                        xcb_get_property(c, 0, xcb_setup_roots_iterator(xcb_get_setup(c)).data->root,
+                        xcb_get_property(c, 0,
+                                         xcb_setup_roots_iterator(xcb_get_setup(c)).data->root,
                                          atom("_NET_WORKAREA"), XCB_ATOM_CARDINAL, 0, 4),
                         nullptr),
                     &std::free);
@@ -69,7 +70,7 @@ private:
             xcb_intern_atom_reply(c, xcb_intern_atom(c, 0, quint16(std::strlen(name)), name),
                                   nullptr),
             &std::free);
-        return reply ? reply->atom : XCB_ATOM_NONE;
+        return reply ? reply->atom : xcb_atom_t(XCB_ATOM_NONE);
     }
 
     xcb_connection_t* c;
