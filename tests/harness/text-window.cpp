@@ -29,8 +29,8 @@
 #include <QAccessibleWidget>
 #include <QApplication>
 #include <QLineEdit>
-#include <QPlainTextEdit>
 #include <QSocketNotifier>
+#include <QTextEdit>
 #include <QTimer>
 #include <QVBoxLayout>
 #include <QWidget>
@@ -89,6 +89,8 @@ QAccessibleInterface* passwordBoxFactory(const QString&, QObject* object) {
 class TextWindow : public QWidget {
 public:
     TextWindow() {
+        // Rich text's layout answers which character is at a point; the plain one never does.
+        view->setAcceptRichText(false);
         view->setPlainText(englishText);
         field->setText(fieldText);
         password->setEchoMode(QLineEdit::Password);
@@ -227,7 +229,7 @@ private:
         return true;
     }
 
-    QPlainTextEdit* view = new QPlainTextEdit(this);
+    QTextEdit* view = new QTextEdit(this);
     QLineEdit* password = new QLineEdit(this);
     PasswordBox* nested = new PasswordBox(this);
     QLineEdit* field = new QLineEdit(this);

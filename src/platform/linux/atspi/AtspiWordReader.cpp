@@ -91,19 +91,27 @@ struct TextAt {
     int offset = -1;
 };
 
-// The object itself or its nearest ancestor with text, and the character at the point.
+// The object itself or its nearest ancestor with text, and the character at the point. Asked
+// for its interfaces first: toolkits answer a call to one an object lacks in their own ways,
+// Qt's as if the object were gone.
 QCoro::Task<std::optional<TextAt>> textAt(QDBusConnection bus, AtspiObject object, QPoint point,
                                           std::chrono::milliseconds limit) {
-    const QVariantList here{point.x(), point.y(), screenCoordinates};
     for (int level = 0; level <= textAncestorsAsked; ++level) {
-        const Reply offset =
-            co_await Atspi::call(bus, object, Atspi::text, u"GetOffsetAtPoint"_s, here, limit);
-        if (offset.answered())
-            co_return TextAt{object, offset.first().toInt()};
-        if (offset.unanswered())
+        auto interfacesCall =
+            Atspi::call(bus, object, Atspi::accessible, u"GetInterfaces"_s, {}, limit);
+        auto parentCall = Atspi::property(bus, object, u"Parent"_s, limit);
+        const Reply interfaces = co_await interfacesCall;
+        const Reply parent = co_await parentCall;
+        if (!interfaces.answered())
             co_return std::nullopt;
-        // Refused: this one has no text; its parent may.
-        const Reply parent = co_await Atspi::property(bus, object, u"Parent"_s, limit);
+        if (interfaces.first().toStringList().contains(Atspi::text)) {
+            const QVariantList here{point.x(), point.y(), screenCoordinates};
+            const Reply offset =
+                co_await Atspi::call(bus, object, Atspi::text, u"GetOffsetAtPoint"_s, here, limit);
+            if (!offset.answered())
+                co_return std::nullopt;
+            co_return TextAt{object, offset.first().toInt()};
+        }
         const std::optional<AtspiObject> next = Atspi::objectFrom(parent.first());
         if (!isObject(next))
             co_return std::nullopt;
@@ -157,8 +165,9 @@ QCoro::Task<Span> stringAt(QDBusConnection bus, AtspiObject object, int offset, 
                                                  arguments, limit);
         if (reply.answered())
             co_return Span{reply.first().toString(), true};
-        if (reply.unanswered())
+        if (reply.kind == Reply::Kind::silent)
             co_return Span{{}, true};
+        // Refused, or (Qt) "no such object": the application does not have it.
     }
     const QVariantList arguments{offset, boundary};
     const Reply reply =
@@ -174,8 +183,9 @@ constexpr uint wordStart = 1;
 constexpr uint sentenceStart = 3;
 constexpr uint lineStart = 5;
 
-QCoro::Task<Outcome> readWord(std::shared_ptr<AtspiBus> atspi, qint64 process, QPoint point,
-                              std::chrono::milliseconds limit) {
+QCoro::Task<Outcome> readWord(std::shared_ptr<AtspiBus> atspi,
+                              std::shared_ptr<QSet<QString>> withoutStringAtOffset, qint64 process,
+                              QPoint point, std::chrono::milliseconds limit) {
     const std::optional<QDBusConnection> bus = co_await atspi->connection(limit);
     if (!bus)
         co_return Miss::unavailable;
@@ -199,8 +209,11 @@ QCoro::Task<Outcome> readWord(std::shared_ptr<AtspiBus> atspi, qint64 process, Q
     if (offset < 0)
         co_return Miss::noText;
 
+    const bool modern = !withoutStringAtOffset->contains(text->object.service);
     const Span word =
-        co_await stringAt(*bus, text->object, offset, wordGranularity, wordStart, true, limit);
+        co_await stringAt(*bus, text->object, offset, wordGranularity, wordStart, modern, limit);
+    if (modern && !word.asked)
+        withoutStringAtOffset->insert(text->object.service);
     if (!hasLetterOrDigit(word.text))
         co_return Miss::noText;
     // The sentence, else the line: whichever the application knows, asked the same way.
@@ -216,7 +229,8 @@ QCoro::Task<Outcome> readWord(std::shared_ptr<AtspiBus> atspi, qint64 process, Q
 } // namespace
 
 AtspiWordReader::AtspiWordReader(ProcessAt processAt, QDBusConnection sessionBus)
-    : processAt(std::move(processAt)), atspi(std::make_shared<AtspiBus>(std::move(sessionBus))) {}
+    : processAt(std::move(processAt)), atspi(std::make_shared<AtspiBus>(std::move(sessionBus))),
+      withoutStringAtOffset(std::make_shared<QSet<QString>>()) {}
 
 AtspiWordReader::~AtspiWordReader() = default;
 
@@ -228,5 +242,5 @@ QCoro::Task<Outcome> AtspiWordReader::wordAt(QPointF point, std::chrono::millise
     }
     if (*process == QCoreApplication::applicationPid())
         co_return Miss::ownWindow;
-    co_return co_await readWord(atspi, *process, pixel, limit);
+    co_return co_await readWord(atspi, withoutStringAtOffset, *process, pixel, limit);
 }

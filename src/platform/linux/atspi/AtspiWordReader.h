@@ -3,6 +3,8 @@
 #include "platform/AccessibleWordReader.h"
 
 #include <QDBusConnection>
+#include <QSet>
+#include <QString>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -28,4 +30,6 @@ private:
     ProcessAt processAt;
     // Shared with reads under way, which may outlive this reader.
     std::shared_ptr<AtspiBus> atspi;
+    // Applications that answer words only the older way (GetTextAtOffset), by connection.
+    std::shared_ptr<QSet<QString>> withoutStringAtOffset;
 };
