@@ -28,3 +28,8 @@ quint32 EventMaskUnion::combined(quint16 key) const {
             bits |= found->second;
     return bits;
 }
+
+EventMaskUnion::Masks EventMaskUnion::masksOf(const void* owner) const {
+    const auto found = m_owners.find(owner);
+    return found == m_owners.end() ? Masks() : found->second;
+}

@@ -15,6 +15,7 @@ public:
     // Replaces `owner`'s bits (none: it wants nothing); returns the keys whose union changed.
     std::set<quint16> set(const void* owner, const Masks& masks);
     quint32 combined(quint16 key) const;
+    Masks masksOf(const void* owner) const;
 
 private:
     std::map<const void*, Masks> m_owners;

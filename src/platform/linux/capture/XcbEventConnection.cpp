@@ -69,6 +69,7 @@ void XcbEventConnection::dispatch() {
 bool XcbEventConnection::selectXInputEvents(const void* owner, const EventMaskUnion::Masks& masks) {
     if (!m_connection)
         return false;
+    const EventMaskUnion::Masks before = m_xinputMasks.masksOf(owner);
     const std::set<quint16> changed = m_xinputMasks.set(owner, masks);
     if (changed.empty())
         return true;
@@ -89,6 +90,8 @@ bool XcbEventConnection::selectXInputEvents(const void* owner, const EventMaskUn
         reinterpret_cast<const xcb_input_event_mask_t*>(words.data()));
     std::unique_ptr<xcb_generic_error_t, decltype(&std::free)> error(
         xcb_request_check(m_connection, cookie), &std::free);
+    if (error) // refused whole: the server still has what it had
+        m_xinputMasks.set(owner, before);
     return !error;
 }
 
@@ -99,6 +102,7 @@ bool XcbEventConnection::selectRootEvents(const void* owner, quint32 eventMask) 
     EventMaskUnion::Masks masks;
     if (eventMask)
         masks[rootKey] = eventMask;
+    const EventMaskUnion::Masks before = m_rootMasks.masksOf(owner);
     if (m_rootMasks.set(owner, masks).empty())
         return true;
     const quint32 combined = m_rootMasks.combined(rootKey);
@@ -106,5 +110,7 @@ bool XcbEventConnection::selectRootEvents(const void* owner, quint32 eventMask) 
         xcb_request_check(m_connection, xcb_change_window_attributes_checked(
                                             m_connection, root(), XCB_CW_EVENT_MASK, &combined)),
         &std::free);
+    if (error)
+        m_rootMasks.set(owner, before);
     return !error;
 }
