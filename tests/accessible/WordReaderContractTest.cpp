@@ -58,14 +58,15 @@ Outcome outcomeOf(QCoro::Task<Outcome>&& task) {
 // A point no window covers: the window manager places new windows at the top left.
 const QPointF emptyDesktop(1200, 760);
 
-const QString firstLine = TextWindow::initialText().section(u'\n', 0, 0);
-
 struct Scripted {
     static constexpr bool isScripted = true;
     ScriptedAccessibleWords reader;
 
     std::optional<QPointF> wordAt(int start, int end) {
-        reader.outcome = Word{TextWindow::initialText().mid(start, end - start), firstLine};
+        const QString text = TextWindow::initialText();
+        const qsizetype lineStart = text.lastIndexOf(u'\n', start) + 1;
+        const QString line = text.mid(lineStart, text.indexOf(u'\n', start) - lineStart);
+        reader.outcome = Word{text.mid(start, end - start), line};
         return QPointF(100, 100);
     }
     std::optional<QPointF> fieldWordAt(const QString& word) {

@@ -110,7 +110,8 @@ struct Scripted {
         return true;
     }
     bool showTopPanel() {
-        sampler.menuBar = QRectF(0, 0, TopPanel::width, TopPanel::height);
+        // A QRectF holds its right and bottom edges; the panel's last row is height - 1.
+        sampler.menuBar = QRectF(0, 0, TopPanel::width - 1, TopPanel::height - 1);
         return true;
     }
 };
