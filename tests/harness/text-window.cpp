@@ -1,7 +1,7 @@
 // Another program's window, for the tests that read text through accessibility: a
 // multi-line text view holding English text, a password field, an ordinary text box inside a
 // container that calls itself a password field (the way GTK 4 builds its password entry), and
-// a one-line text field.
+// a read-only page with the view's first text, and a one-line text field.
 //
 //   text-window [--class CLASS] [--no-accessibility]
 //       --class sets the window's WM_CLASS (a test can show it as "KeePassXC" or "XTerm");
@@ -18,9 +18,10 @@
 //                            control characters and lone surrogates among them
 //         show WORD          the text view focused, holding WORD alone, nothing selected;
 //                            answers "ok X Y", the word's middle on the screen
-//         locate [view|field] START END
-//                            answers "ok X Y", the middle of that range of the text view's
-//                            (or the one-line field's) text on the screen
+//         locate [page|field] START END
+//                            answers "ok X Y", the middle of that range of the read-only
+//                            page's text (the text view's first text, in a layout that
+//                            says which character is at a point) or the one-line field's
 //         locate password|nested
 //                            answers "ok X Y", the middle of that field on the screen
 //
@@ -29,6 +30,7 @@
 #include <QAccessibleWidget>
 #include <QApplication>
 #include <QLineEdit>
+#include <QPlainTextEdit>
 #include <QSocketNotifier>
 #include <QTextEdit>
 #include <QTimer>
@@ -89,14 +91,16 @@ QAccessibleInterface* passwordBoxFactory(const QString&, QObject* object) {
 class TextWindow : public QWidget {
 public:
     TextWindow() {
-        // Rich text's layout answers which character is at a point; the plain one never does.
-        view->setAcceptRichText(false);
         view->setPlainText(englishText);
+        page->setReadOnly(true);
+        page->setAcceptRichText(false);
+        page->setPlainText(englishText);
         field->setText(fieldText);
         password->setEchoMode(QLineEdit::Password);
         password->setText(u"hunter2-and-more"_s);
         auto* layout = new QVBoxLayout(this);
         layout->addWidget(view);
+        layout->addWidget(page);
         layout->addWidget(password);
         layout->addWidget(nested);
         layout->addWidget(field);
@@ -199,7 +203,7 @@ private:
         const int start = range.value(0).toInt(&startOk);
         const int end = range.value(1).toInt(&endOk);
         if (!startOk || !endOk || start >= end ||
-            (words.size() == 3 && !inField && words[0] != "view"))
+            (words.size() == 3 && !inField && words[0] != "page"))
             return false;
         if (inField) {
             if (end > field->text().size())
@@ -215,21 +219,24 @@ private:
             answerPoint(field->mapToGlobal(QPoint(x, first.center().y())));
             return true;
         }
-        if (end > view->document()->characterCount())
+        if (end > page->document()->characterCount())
             return false;
-        QTextCursor cursor(view->document());
+        QTextCursor cursor(page->document());
         cursor.setPosition(start);
-        const QRect first = view->cursorRect(cursor);
+        const QRect first = page->cursorRect(cursor);
         cursor.setPosition(end);
-        const QRect last = view->cursorRect(cursor);
+        const QRect last = page->cursorRect(cursor);
         if (first.top() != last.top())
             return false; // one line at a time
-        answerPoint(view->viewport()->mapToGlobal(
+        answerPoint(page->viewport()->mapToGlobal(
             QPoint((first.left() + last.left()) / 2, first.center().y())));
         return true;
     }
 
-    QTextEdit* view = new QTextEdit(this);
+    QPlainTextEdit* view = new QPlainTextEdit(this);
+    // The same text where a pointer can read it: a plain text layout never says which
+    // character is at a point, a rich text one does.
+    QTextEdit* page = new QTextEdit(this);
     QLineEdit* password = new QLineEdit(this);
     PasswordBox* nested = new PasswordBox(this);
     QLineEdit* field = new QLineEdit(this);
