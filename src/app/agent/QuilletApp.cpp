@@ -26,6 +26,7 @@
 #include "settings/TranslationSettings.h"
 #include "settings/TriggerSettings.h"
 #include "ui/NotchPanel.h"
+#include "ui/RegionOverlay.h"
 #include "ui/TrayIcon.h"
 
 #include <QApplication>
@@ -197,6 +198,7 @@ int run(int argc, char** argv) {
                           .log = log,
                           .dictionaries = catalog},
                          store);
+    RegionOverlay regionOverlay;
     AppCore core(
         {.presenter = panel,
          .pasteboard = *pasteboard,
@@ -219,9 +221,8 @@ int run(int argc, char** argv) {
          .presentPermissionPrompt =
              [&windows](PermissionCenter::Feature) { windows.openPermissionsPage(); },
          .openPermissionsPage =
-             [&windows](SystemPermissions::Kind) {
-                 windows.openPermissionsPage();
-             }});
+             [&windows](SystemPermissions::Kind) { windows.openPermissionsPage(); },
+         .regionPicker = &regionOverlay});
     windows.attach(core);
     // The windows hold on to the coordinator's services: they go first.
     const auto closeWindows = qScopeGuard([&windows] { windows.closeAll(); });
@@ -232,6 +233,8 @@ int run(int argc, char** argv) {
     QObject::connect(&tray, &TrayIcon::quitRequested, &application, &QApplication::quit);
     QObject::connect(&tray, &TrayIcon::lookUpSelectionRequested, &core,
                      [&core] { core.lookupSelection(); });
+    QObject::connect(&tray, &TrayIcon::regionLookupRequested, &core,
+                     [&core] { core.beginRegionLookup(); });
     QObject::connect(&tray, &TrayIcon::settingsRequested, &windows,
                      [&windows] { windows.openSettings(); });
     QObject::connect(&tray, &TrayIcon::eventLogRequested, &windows,
