@@ -43,6 +43,14 @@ everyday=(water river mountain window garden market teacher bridge forest letter
           kitchen island morning silver pocket weather friend travel answer number
           picture summer winter candle castle engine finger harvest journey ladder
           meadow needle orange planet question rabbit saddle thunder valley wonder)
+# Hover over accessible text rests on the words of the window's read-only page, whose layout
+# says which character is at a point (the plain view's does not).
+page="The quick brown fox jumps over the lazy dog.
+Reading in another language is slow at first, and then it is not.
+A word you look up twice is a word you will remember."
+export page
+[ "$mode" = hover ] && everyday=(quick brown jumps lazy Reading another language slow first
+                                 word look twice remember)
 words=()
 for ((i = 0; i < count; i++)); do words+=("${everyday[i % ${#everyday[@]}]}"); done
 
@@ -66,7 +74,12 @@ cat >"$work/prepare" <<PREPARE
 #!/usr/bin/env bash
 # Shows the word alone in the window; remembers where it is on the screen.
 before=\$(wc -l <"$work/answers")
-echo "show \$1" >"$work/commands"
+if [ "$mode" = hover ]; then
+    prefix="\${page%%\$1*}"
+    echo "locate page \${#prefix} \$((\${#prefix} + \${#1}))" >"$work/commands"
+else
+    echo "show \$1" >"$work/commands"
+fi
 for _ in \$(seq 200); do [ "\$(wc -l <"$work/answers")" -gt "\$before" ] && break; sleep 0.01; done
 tail -n 1 "$work/answers" | cut -d' ' -f2,3 >"$work/position"
 [ "$mode" = copy ] && echo "select 0 \${#1}" >"$work/commands"
