@@ -50,6 +50,7 @@ QCoro::Task<PointerWordFinder::Outcome> PointerWordFinder::recognize(QPointF poi
             co_return Outcome(Miss::engineMissing);
         case ScreenText::Failure::captureFailed:
         case ScreenText::Failure::timedOut:
+        case ScreenText::Failure::superseded:
             co_return Outcome(Miss::unreadable);
         }
     }

@@ -279,6 +279,9 @@ QCoro::Task<void> AppCore::lookUpRegion(std::optional<QRect> region) {
             m_deps.log.append(EventLog::Kind::error, u"截图查询｜未能读取框内的文字"_s);
             m_deps.presenter.showNotice(u"未能读取框内的文字"_s);
             break;
+        case ScreenText::Failure::superseded:
+            // A newer read took its place and answers instead.
+            break;
         }
         Q_EMIT pointerReadSettled();
         co_return;

@@ -27,6 +27,7 @@ public:
         captureFailed, // the area could not be captured (off every screen, a capture error)
         engineMissing, // the recognition engine or its English data is not installed
         timedOut,      // recognition did not finish within the limit, and was stopped
+        superseded,    // a newer read took its place before it began, or the reader shut down
     };
     using Outcome = std::variant<Recognition, Failure>;
     // A word under the pointer is a few glyphs in one line; a region is a block of lines.
@@ -41,6 +42,8 @@ public:
     virtual void prepare() = 0;
     // Frees the engine (hover lookup stopped); the next read loads it again.
     virtual void release() = 0;
+    // One read runs at a time; a newer read while one waits answers the waiting one
+    // `superseded`.
     virtual QCoro::Task<Outcome> read(QRect area, Layout layout,
                                       std::chrono::milliseconds limit) = 0;
 };
