@@ -1,5 +1,7 @@
 #include "AtspiAccessibilityGrant.h"
 
+#include "platform/linux/screen/WaylandSession.h"
+
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QDBusServiceWatcher>
@@ -47,7 +49,10 @@ AtspiAccessibilityGrant::AtspiAccessibilityGrant(QDBusConnection sessionBus)
 AtspiAccessibilityGrant::~AtspiAccessibilityGrant() = default;
 
 bool AtspiAccessibilityGrant::isGranted(Kind kind) const {
-    return kind == Kind::screenRecording || enabled;
+    // X11 lets every client read the screen.
+    if (kind == Kind::screenRecording)
+        return !isWaylandSession();
+    return enabled;
 }
 
 void AtspiAccessibilityGrant::refresh() {

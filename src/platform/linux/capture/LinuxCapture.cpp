@@ -12,6 +12,8 @@
 #include "platform/linux/capture/XcbPointerSampler.h"
 #include "platform/linux/capture/XcbPrimarySelection.h"
 #include "platform/linux/capture/XcbSelectionTransfer.h"
+#include "platform/linux/screen/TesseractScreenText.h"
+#include "platform/linux/screen/XcbScreenGrabber.h"
 
 #include <QGuiApplication>
 #include <QStyleHints>
@@ -56,5 +58,6 @@ CaptureAdapters makeCaptureAdapters() {
     // What the adapters share outlives them.
     adapters.words = std::make_unique<AtspiWordReader>(
         [windows = &x11.windowAtPoint](QPointF point) { return windows->processAt(point); });
+    adapters.screenText = std::make_unique<TesseractScreenText>(XcbScreenGrabber::factory());
     return adapters;
 }
