@@ -68,9 +68,13 @@ TesseractEngine::Result TesseractEngine::recognise(const TextImage& image,
     const int status = m_api->Recognize(&monitor);
     if (stop.load())
         return Stopped::cancelled;
-    if (status != 0 || Clock::now() > deadline) {
+    if (Clock::now() > deadline) {
         m_api->Clear();
         return Stopped::deadline;
+    }
+    if (status != 0) {
+        m_api->Clear();
+        return QList<Word>();
     }
 
     QList<Word> words;
