@@ -85,4 +85,30 @@ QString bare(const QString& word) {
     return word.mid(first, last - first);
 }
 
+QString wordAt(const ScreenText::Outcome& outcome, QPointF point) {
+    const auto* recognition = std::get_if<ScreenText::Recognition>(&outcome);
+    QString found;
+    double nearest = 1e9;
+    for (const ScreenText::Word& word :
+         recognition ? recognition->words : QList<ScreenText::Word>()) {
+        const QRectF box = word.box.adjusted(-2, -2, 2, 2);
+        const double distance = (box.center() - point).manhattanLength();
+        if (box.contains(point) && distance < nearest) {
+            nearest = distance;
+            found = word.text;
+        }
+    }
+    return found;
+}
+
+QStringList linesOf(const ScreenText::Recognition& recognition) {
+    QStringList lines;
+    for (const ScreenText::Word& word : recognition.words) {
+        if (lines.size() <= word.line)
+            lines.resize(word.line + 1);
+        lines[word.line] += (lines[word.line].isEmpty() ? u""_s : u" "_s) + word.text;
+    }
+    return lines;
+}
+
 } // namespace RenderedText

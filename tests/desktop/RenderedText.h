@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/ScreenText.h"
 #include "platform/linux/screen/ScreenGrab.h"
 
 #include <QColor>
@@ -43,5 +44,10 @@ ScreenGrabFactory screenShowing(const QImage& image);
 
 // The word without the punctuation around it.
 QString bare(const QString& word);
+
+// What was read back: the word whose box holds the point (a pixel or two of slack around the
+// ink), and each line's words joined by single spaces.
+QString wordAt(const ScreenText::Outcome& outcome, QPointF point);
+QStringList linesOf(const ScreenText::Recognition& recognition);
 
 } // namespace RenderedText

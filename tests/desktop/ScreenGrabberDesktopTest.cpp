@@ -1,5 +1,6 @@
 // The X screen grab on a real X server: what a window shows comes back pixel for pixel, and
 // read by the recognition path, as text.
+#include "RenderedText.h"
 #include "RunningTask.h"
 #include "platform/linux/screen/TesseractScreenText.h"
 #include "platform/linux/screen/XcbScreenGrabber.h"
@@ -107,25 +108,16 @@ TEST(ScreenTextDesktop, readsTheTextOfAWindowOnTheScreen) {
     reader.prepare();
     const auto region = finish(reader.read(place, ScreenText::Layout::block, 5s));
     ASSERT_TRUE(std::holds_alternative<ScreenText::Recognition>(region));
-    QStringList lines;
-    for (const ScreenText::Word& word : std::get<ScreenText::Recognition>(region).words) {
-        if (lines.size() <= word.line)
-            lines.resize(word.line + 1);
-        lines[word.line] += (lines[word.line].isEmpty() ? u""_s : u" "_s) + word.text;
+    for (const ScreenText::Word& word : std::get<ScreenText::Recognition>(region).words)
         EXPECT_TRUE(QRectF(place).contains(word.box)) << word.text.toStdString();
-    }
-    EXPECT_EQ(lines, QStringList({u"Quiet harbours welcome weary sailors home."_s,
-                                  u"The lighthouse keeper counts every ship."_s}));
+    EXPECT_EQ(RenderedText::linesOf(std::get<ScreenText::Recognition>(region)),
+              QStringList({u"Quiet harbours welcome weary sailors home."_s,
+                           u"The lighthouse keeper counts every ship."_s}));
 
     // "lighthouse", where the pointer would rest on it.
     const QPointF point(place.x() + 80, place.y() + 55);
     const auto around =
         finish(reader.read(QRect(qRound(point.x()) - 160, qRound(point.y()) - 32, 320, 64),
                            ScreenText::Layout::aroundPoint, 2s));
-    ASSERT_TRUE(std::holds_alternative<ScreenText::Recognition>(around));
-    QString under;
-    for (const ScreenText::Word& word : std::get<ScreenText::Recognition>(around).words)
-        if (word.box.adjusted(-2, -2, 2, 2).contains(point))
-            under = word.text;
-    EXPECT_EQ(under, u"lighthouse"_s);
+    EXPECT_EQ(RenderedText::wordAt(around, point), u"lighthouse"_s);
 }
