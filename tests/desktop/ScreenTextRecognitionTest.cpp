@@ -198,6 +198,7 @@ TEST_F(ScreenTextFaults, missingLanguageDataIsEngineMissingUntilItIsBack) {
     const QByteArray before = qgetenv("TESSDATA_PREFIX");
     qputenv("TESSDATA_PREFIX", empty.path().toLocal8Bit());
     TesseractScreenText reader(RenderedText::screenShowing(page.image));
+    EXPECT_FALSE(reader.hasEngine());
     reader.prepare();
     EXPECT_EQ(failureOf(finish(reader.read(QRect(0, 0, 320, 64), Layout::aroundPoint, 2s))),
               Failure::engineMissing);
@@ -206,6 +207,7 @@ TEST_F(ScreenTextFaults, missingLanguageDataIsEngineMissingUntilItIsBack) {
     else
         qputenv("TESSDATA_PREFIX", before);
     // Released and asked again, it looks for the data afresh.
+    EXPECT_TRUE(reader.hasEngine());
     reader.release();
     EXPECT_EQ(firstWordOf(reader, page), u"The"_s);
 }

@@ -30,9 +30,13 @@ QString TesseractEngine::dataFolder() {
     return prefix.isEmpty() ? systemDataFolder : prefix;
 }
 
+bool TesseractEngine::isInstalled(const QString& dataFolder) {
+    return QFileInfo(dataFolder + u"/eng.traineddata"_s).isReadable();
+}
+
 std::unique_ptr<TesseractEngine> TesseractEngine::load(const QString& dataFolder) {
     // Checked first: Tesseract says a missing model on standard error only.
-    if (!QFileInfo(dataFolder + u"/eng.traineddata"_s).isReadable())
+    if (!isInstalled(dataFolder))
         return nullptr;
     auto api = std::make_unique<tesseract::TessBaseAPI>();
     const QByteArray folder = QFileInfo(dataFolder).absoluteFilePath().toLocal8Bit();

@@ -31,6 +31,8 @@ public:
 
     // The folder holding the English model: TESSDATA_PREFIX when set, else the system's.
     static QString dataFolder();
+    // The English model is there to load (a look at one file).
+    static bool isInstalled(const QString& dataFolder);
     // Nothing when the model is missing or does not load.
     static std::unique_ptr<TesseractEngine> load(const QString& dataFolder);
     ~TesseractEngine();

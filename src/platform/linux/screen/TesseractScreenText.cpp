@@ -171,6 +171,10 @@ TesseractScreenText::~TesseractScreenText() {
         m_worker->thread.join();
 }
 
+bool TesseractScreenText::hasEngine() const {
+    return TesseractEngine::isInstalled(TesseractEngine::dataFolder());
+}
+
 void TesseractScreenText::prepare() {
     {
         std::lock_guard lock(m_worker->mutex);

@@ -14,6 +14,7 @@ public:
     explicit TesseractScreenText(ScreenGrabFactory grabber);
     ~TesseractScreenText() override;
 
+    bool hasEngine() const override;
     void prepare() override;
     void release() override;
     QCoro::Task<Outcome> read(QRect area, Layout layout, std::chrono::milliseconds limit) override;
