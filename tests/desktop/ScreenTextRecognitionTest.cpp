@@ -2,7 +2,6 @@
 // the image preparation and Tesseract, with the screen's pixels drawn by the test.
 #include "RenderedText.h"
 #include "RunningTask.h"
-#include "platform/linux/atspi/AtspiAccessibilityGrant.h"
 #include "platform/linux/screen/TesseractScreenText.h"
 
 #include <QRandomGenerator>
@@ -237,10 +236,7 @@ TEST_F(ScreenTextFaults, aNewerReadReplacesOneThatWaits) {
 }
 
 TEST_F(ScreenTextFaults, aWaylandSessionIsNotAuthorized) {
-    AtspiAccessibilityGrant grant;
-    EXPECT_TRUE(grant.isGranted(SystemPermissions::Kind::screenRecording));
     qputenv("WAYLAND_DISPLAY", "wayland-0");
-    EXPECT_FALSE(grant.isGranted(SystemPermissions::Kind::screenRecording));
     TesseractScreenText reader(RenderedText::screenShowing(page.image));
     EXPECT_EQ(failureOf(finish(reader.read(QRect(0, 0, 320, 64), Layout::aroundPoint, 2s))),
               Failure::notAuthorized);

@@ -47,6 +47,7 @@ struct TesseractScreenText::Worker {
     std::condition_variable wake;
     std::optional<Request> waiting;
     bool wantEngine = false;
+    bool dropEngine = false;
     bool quitting = false;
     std::thread thread;
     // Read by the engine while it recognises.
@@ -70,13 +71,20 @@ struct TesseractScreenText::Worker {
         std::unique_lock lock(mutex);
         for (;;) {
             wake.wait(lock, [this] {
-                return quitting || waiting || (wantEngine && !loadTried) ||
-                       (!wantEngine && loadTried);
+                return quitting || dropEngine || waiting || (wantEngine && !loadTried);
             });
             if (quitting)
                 break;
-            if (waiting) {
-                // A read loads the engine when it is not there yet, even after a release.
+            if (dropEngine) {
+                // Before any read that came after the release: that one loads it afresh.
+                dropEngine = false;
+                lock.unlock();
+                engine.reset();
+                // The model's buffers are many small blocks; hand the freed pages back.
+                malloc_trim(0);
+                lock.lock();
+                loadTried = false;
+            } else if (waiting) {
                 Request request = std::move(*waiting);
                 waiting.reset();
                 lock.unlock();
@@ -84,17 +92,10 @@ struct TesseractScreenText::Worker {
                     loadEngine();
                 answer(request.promise, handle(request));
                 lock.lock();
-            } else if (wantEngine) {
+            } else {
                 lock.unlock();
                 loadEngine();
                 lock.lock();
-            } else {
-                lock.unlock();
-                engine.reset();
-                // The model's buffers are many small blocks; hand the freed pages back.
-                malloc_trim(0);
-                lock.lock();
-                loadTried = false;
             }
         }
         lock.unlock();
@@ -188,6 +189,7 @@ void TesseractScreenText::release() {
     {
         std::lock_guard lock(m_worker->mutex);
         m_worker->wantEngine = false;
+        m_worker->dropEngine = m_worker->thread.joinable();
     }
     m_worker->wake.notify_one();
 }
