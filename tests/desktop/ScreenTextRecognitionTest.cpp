@@ -4,6 +4,7 @@
 #include "RunningTask.h"
 #include "platform/linux/screen/TesseractScreenText.h"
 
+#include <QPainter>
 #include <QRandomGenerator>
 #include <QTemporaryDir>
 #include <cstdio>
@@ -130,6 +131,34 @@ TEST(ScreenTextRecognition, readsARegionLineByLine) {
         ASSERT_GE(whole, 5);
         for (qsizetype i = 0; i < whole; ++i)
             EXPECT_EQ(lines[i].simplified(), page.lines[i].simplified()) << "line " << i;
+    }
+}
+
+TEST(ScreenTextRecognition, findsAWordBesideAnotherWindowAndAFrame) {
+    // A light window whose text starts near its left edge, with the desktop's dark ground and
+    // the window's frame inside the crop around the word: the ground where the pointer is
+    // decides which way the text is inked, and the frame joins no line.
+    for (const Theme& theme : {themes[0], themes[2]}) {
+        SCOPED_TRACE(theme.name);
+        RenderedText::Page page = RenderedText::render(
+            {u"DejaVu Sans"_s, 13, theme.ground, theme.ink}, RenderedText::paragraphs()[1]);
+        QImage screen(page.image.width() + 140, page.image.height(), QImage::Format_RGB32);
+        screen.fill(theme.ground.lightness() > 128 ? QColor(8, 8, 8) : QColor(240, 240, 240));
+        QPainter painter(&screen);
+        // The page's own margin cut away: its text starts a few pixels from the frame, so the
+        // dark ground fills nearly half the crop, and a title bar above takes from the rest.
+        painter.drawImage(140, 0, page.image, 16, 0);
+        painter.fillRect(QRect(138, 0, 2, screen.height()), QColor(120, 140, 200));
+        painter.fillRect(QRect(140, 0, screen.width() - 140, 18), QColor(150, 160, 190));
+        painter.end();
+        TesseractScreenText reader(RenderedText::screenShowing(screen));
+        for (int i = 0; i < 3; ++i) {
+            const RenderedText::Word& word = page.words[i];
+            const QPointF point = word.box.center() + QPointF(140 - 16, 0);
+            EXPECT_EQ(RenderedText::bare(wordAt(
+                          finish(reader.read(cropAround(point), Layout::aroundPoint, 2s)), point)),
+                      RenderedText::bare(word.text));
+        }
     }
 }
 

@@ -7,6 +7,7 @@
 
 #include <QCoroFuture>
 #include <QDateTime>
+#include <QFile>
 #include <QPromise>
 #include <condition_variable>
 #include <dlfcn.h>
@@ -148,8 +149,39 @@ struct TesseractScreenText::Worker {
         for (const TesseractEngine::Word& word : std::get<QList<TesseractEngine::Word>>(result))
             recognition.words.append(ScreenText::Word{word.text, word.box.translated(offset),
                                                       word.confidence, word.line});
+        dump(capture->image, image, recognition);
         return recognition;
     }
+
+    // LF_RECOGNITION_DUMP names a folder that receives, for every read, the capture, the
+    // image the engine read and the words it found: for diagnosing what a read missed.
+    void dump(const QImage& capture, const TextImage& image,
+              const ScreenText::Recognition& recognition) {
+        static const QString folder = qEnvironmentVariable("LF_RECOGNITION_DUMP");
+        if (folder.isEmpty())
+            return;
+        const QString stem = u"%1/%2"_s.arg(folder).arg(++dumped, 4, 10, QChar(u'0'));
+        capture.save(stem + u"-capture.png"_s);
+        image.gray.save(stem + u"-read.png"_s);
+        QFile words(stem + u"-words.txt"_s);
+        if (!words.open(QIODevice::WriteOnly))
+            return;
+        words.write(u"area %1,%2 %3x%4\n"_s.arg(recognition.area.x())
+                        .arg(recognition.area.y())
+                        .arg(recognition.area.width())
+                        .arg(recognition.area.height())
+                        .toUtf8());
+        for (const ScreenText::Word& word : recognition.words)
+            words.write(u"%1\t%2\tline %3\t%4,%5 %6x%7\n"_s.arg(word.text)
+                            .arg(word.confidence, 0, 'f', 0)
+                            .arg(word.line)
+                            .arg(word.box.x())
+                            .arg(word.box.y())
+                            .arg(word.box.width())
+                            .arg(word.box.height())
+                            .toUtf8());
+    }
+    int dumped = 0;
 };
 
 TesseractScreenText::TesseractScreenText(ScreenGrabFactory grabber)

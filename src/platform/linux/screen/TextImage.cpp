@@ -25,38 +25,53 @@ struct InkBand {
     int height() const { return last - first + 1; }
 };
 
-int mostCommonLevel(const QImage& gray) {
+int mostCommonLevel(const QImage& gray, const QRect& within) {
     std::array<int, 256> counts{};
-    for (int y = 0; y < gray.height(); ++y) {
+    for (int y = within.top(); y <= within.bottom(); ++y) {
         const uchar* row = gray.constScanLine(y);
-        for (int x = 0; x < gray.width(); ++x)
+        for (int x = within.left(); x <= within.right(); ++x)
             ++counts[row[x]];
     }
     return int(std::max_element(counts.begin(), counts.end()) - counts.begin());
 }
 
-int darkestLevel(const QImage& gray) {
+int darkestLevel(const QImage& gray, const QRect& within) {
     int darkest = 255;
-    for (int y = 0; y < gray.height(); ++y) {
+    for (int y = within.top(); y <= within.bottom(); ++y) {
         const uchar* row = gray.constScanLine(y);
-        darkest = std::min<int>(darkest, *std::min_element(row, row + gray.width()));
+        darkest = std::min<int>(darkest,
+                                *std::min_element(row + within.left(), row + within.right() + 1));
     }
     return darkest;
 }
 
-// Runs of rows holding ink, top to bottom.
-QList<InkBand> inkBands(const QImage& gray, int background) {
+// Columns inked on most rows: the edge of a window or a frame, or another window's dark
+// ground beside this one. They are not text, and they would join every row into one band.
+QList<bool> ruleColumns(const QImage& gray, int threshold) {
+    QList<int> inkRows(gray.width(), 0);
+    for (int y = 0; y < gray.height(); ++y) {
+        const uchar* row = gray.constScanLine(y);
+        for (int x = 0; x < gray.width(); ++x)
+            inkRows[x] += row[x] < threshold;
+    }
+    QList<bool> rule(gray.width(), false);
+    for (int x = 0; x < gray.width(); ++x)
+        rule[x] = inkRows[x] * 10 > gray.height() * 7;
+    return rule;
+}
+
+// Runs of rows holding ink, top to bottom, looking only at the columns `from`…`to` that are
+// not rules.
+QList<InkBand> inkBands(const QImage& gray, int threshold, const QList<bool>& rule, int from,
+                        int to) {
     QList<InkBand> bands;
-    const int darkest = darkestLevel(gray);
-    if (background - darkest < minContrast)
-        return bands;
-    const int threshold = (background + darkest) / 2;
     int start = -1; // the first row of the band being walked, if any
     for (int y = 0; y <= gray.height(); ++y) {
         bool ink = false;
         if (y < gray.height()) {
             const uchar* row = gray.constScanLine(y);
-            ink = std::any_of(row, row + gray.width(), [&](uchar v) { return v < threshold; });
+            for (int x = from; x < to && !ink; ++x)
+                ink = row[x] < threshold && !rule[x];
         }
         if (ink && start < 0)
             start = y;
@@ -66,6 +81,19 @@ QList<InkBand> inkBands(const QImage& gray, int background) {
         }
     }
     return bands;
+}
+
+// The columns around the centre up to the nearest rule on either side: the pane the pointer
+// is in.
+QRect paneAroundCentre(const QImage& gray, const QList<bool>& rule) {
+    const int centre = gray.width() / 2;
+    int left = centre;
+    while (left > 0 && !rule[left - 1])
+        --left;
+    int right = centre;
+    while (right + 1 < gray.width() && !rule[right + 1])
+        ++right;
+    return QRect(left, 0, right - left + 1, gray.height());
 }
 
 // The line under the pointer: the band through the centre row, or one a row or two away
@@ -97,13 +125,33 @@ TextImage prepareTextImage(const QImage& capture, bool aroundPoint) {
     TextImage prepared;
     prepared.margin = margin;
     QImage gray = capture.convertToFormat(QImage::Format_Grayscale8);
-    int background = mostCommonLevel(gray);
+    // The ground is judged where the pointer is: around it the capture may take in another
+    // window, or the desktop, of another colour.
+    const QRect middle = aroundPoint ? QRect(gray.width() / 4, gray.height() / 4, gray.width() / 2,
+                                             gray.height() / 2)
+                                           .intersected(gray.rect())
+                                     : gray.rect();
+    int background = middle.isEmpty() ? 255 : mostCommonLevel(gray, middle);
     // Light text on a dark ground (dark themes, terminals) is turned the way it was trained.
     if (background < 128) {
         gray.invertPixels();
         background = 255 - background;
     }
-    const QList<InkBand> bands = inkBands(gray, background);
+    QList<InkBand> bands;
+    QRect pane = gray.rect();
+    const int darkest = middle.isEmpty() ? 255 : darkestLevel(gray, middle);
+    if (background - darkest >= minContrast) {
+        const int threshold = (background + darkest) / 2;
+        const QList<bool> rule = ruleColumns(gray, threshold);
+        if (aroundPoint && !rule[gray.width() / 2])
+            pane = paneAroundCentre(gray, rule);
+        // Around a point, the line is found near the point: text farther out may sit higher
+        // or lower (another column, a margin note) and would merge with it.
+        const int from = aroundPoint ? std::max(pane.left(), gray.width() / 4) : 0;
+        const int to = aroundPoint ? std::min(pane.right() + 1, gray.width() - gray.width() / 4)
+                                   : gray.width();
+        bands = inkBands(gray, threshold, rule, from, to);
+    }
 
     QRect crop = gray.rect();
     int lineHeight = typicalHeight(bands);
@@ -112,7 +160,7 @@ TextImage prepareTextImage(const QImage& capture, bool aroundPoint) {
         // A band filling most of the capture is a picture or lines run together: read it all.
         if (line && line->height() <= gray.height() * 6 / 10) {
             const int pad = std::max(2, line->height() / 5);
-            crop = QRect(0, line->first - pad, gray.width(), line->height() + 2 * pad)
+            crop = QRect(pane.left(), line->first - pad, pane.width(), line->height() + 2 * pad)
                        .intersected(gray.rect());
             lineHeight = line->height();
             prepared.oneLine = true;
