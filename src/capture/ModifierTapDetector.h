@@ -21,6 +21,7 @@ public:
     // True when this input completes a double tap.
     bool step(const Input& input);
     void reset();
+    bool isPressInProgress() const { return m_pressedAt.has_value(); }
 
 private:
     std::optional<double> m_pressedAt;

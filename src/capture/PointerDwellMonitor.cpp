@@ -41,37 +41,62 @@ QString PointerDwellMonitor::keyName() const {
 }
 
 bool PointerDwellMonitor::start() {
-    if (m_timer)
+    if (m_running)
         return true;
+    m_running = true;
     const bool followsKeys = m_sampler.start();
+    m_mayRest = m_sampler.notifyModifierPresses([this] { wake(); });
     m_hasAnchor = false;
     m_heldSince.reset();
     m_taps.reset();
+    m_lastModifierAt = m_clock();
     m_timer = m_timers.start(interval, [this] { tick(); });
     return followsKeys;
 }
 
 void PointerDwellMonitor::stop() {
-    if (!m_timer)
+    if (!m_running)
         return;
+    m_running = false;
     m_timer.reset();
+    m_sampler.notifyModifierPresses({});
     m_sampler.stop();
     endHold();
+}
+
+void PointerDwellMonitor::wake() {
+    if (!m_running || m_timer)
+        return;
+    m_lastModifierAt = m_clock();
+    m_timer = m_timers.start(interval, [this] { tick(); });
 }
 
 void PointerDwellMonitor::tick() {
     // Re-armed first: a callback may stop the monitor, which drops this timer.
     m_timer = m_timers.start(interval, [this] { tick(); });
     const PointerSampler::State state = m_sampler.sample();
-    step({.date = m_clock(),
-          .flags = state.flags & PointerSampler::modifierMask,
-          .location = state.location,
-          .mouseButtons = state.mouseButtons,
-          .keyDownAgo = state.keyDownAgo});
+    const Sample sample{.date = m_clock(),
+                        .flags = state.flags & PointerSampler::modifierMask,
+                        .location = state.location,
+                        .mouseButtons = state.mouseButtons,
+                        .keyDownAgo = state.keyDownAgo};
+    step(sample);
+    if (m_timer && mayRest(sample))
+        m_timer.reset();
+}
+
+bool PointerDwellMonitor::mayRest(const Sample& sample) const {
+    if (!m_mayRest)
+        return false;
+    if (sample.flags != 0 || m_taps.isPressInProgress() || m_heldSince)
+        return false;
+    return sample.date - m_lastModifierAt >= restingAfterSeconds;
 }
 
 void PointerDwellMonitor::step(const Sample& sample) {
     const quint32 flags = sample.flags & PointerSampler::modifierMask;
+    if (flags != 0)
+        m_lastModifierAt = sample.date;
     const bool keyAlone = flags == flagOf(m_key);
     trackStillness(sample);
     if (m_taps.step({.now = sample.date,

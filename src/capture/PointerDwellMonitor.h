@@ -36,6 +36,9 @@ public:
     static constexpr double stillDistance = 3.0;
     static constexpr double holdSeconds = 0.22;
     static constexpr double restSeconds = 0.2;
+    // With no modifier held for this long, sampling rests until one is pressed (where the
+    // sampler can tell): nothing can start without a modifier, and a tap pair is over by then.
+    static constexpr double restingAfterSeconds = 0.5;
 
     PointerDwellMonitor(PointerSampler& sampler, EventLog& log, TimerSource& timers,
                         std::function<double()> clock);
@@ -50,7 +53,9 @@ public:
     // False when the sampler cannot follow key presses; the monitor runs all the same.
     bool start();
     void stop();
-    bool isRunning() const { return m_timer != nullptr; }
+    bool isRunning() const { return m_running; }
+    // Samples are being taken (not resting for want of a modifier).
+    bool isSampling() const { return m_timer != nullptr; }
 
     // The whole decision for one sample.
     void step(const Sample& sample);
@@ -60,6 +65,9 @@ public:
 
 private:
     void tick();
+    void wake();
+    // Nothing is held or in progress, and has not been for a while.
+    bool mayRest(const Sample& sample) const;
     void trackStillness(const Sample& sample);
     void handleHold(const Sample& sample, bool keyAlone);
     void endHold();
@@ -72,6 +80,9 @@ private:
     Callbacks m_callbacks;
     Settings::PointerKey m_key = Settings::PointerKey::option;
     std::unique_ptr<TimerSource::Timer> m_timer;
+    bool m_running = false;
+    bool m_mayRest = false; // the sampler announces modifier presses
+    double m_lastModifierAt = 0;
 
     QPointF m_anchor;
     double m_stillSince = 0;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QPointF>
+#include <functional>
 #include <limits>
 
 // The keyboard and pointer state that hover lookup samples 25 times a second while it runs.
@@ -32,6 +33,13 @@ public:
     virtual bool start() = 0;
     virtual void stop() = 0;
     virtual State sample() = 0;
+    // Asks to be told, on the main thread, whenever a modifier key goes down (from any device,
+    // the program's own included), so that sampling can rest while no modifier is held.
+    // False when this sampler cannot tell: then sampling never rests.
+    virtual bool notifyModifierPresses(std::function<void()> handler) {
+        (void)handler;
+        return false;
+    }
     // The point lies in the strip above the desktop's work area on its screen: the menu bar,
     // a top panel. No dwell is reported there.
     virtual bool inMenuBar(QPointF point) const = 0;

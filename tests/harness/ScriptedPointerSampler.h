@@ -22,6 +22,18 @@ public:
         return state;
     }
     bool inMenuBar(QPointF point) const override { return menuBar.contains(point); }
+    bool notifyModifierPresses(std::function<void()> handler) override {
+        m_modifierPressed = std::move(handler);
+        return true;
+    }
+
+    // Holds these modifiers from now on; pressing one is announced as the system does.
+    void setFlags(quint32 flags) {
+        const bool pressed = (flags & ~state.flags) != 0;
+        state.flags = flags;
+        if (pressed && m_modifierPressed)
+            m_modifierPressed();
+    }
 
     bool isRunning() const { return m_running; }
     int samples() const { return m_samples; }
@@ -31,4 +43,5 @@ private:
     bool m_running = false;
     bool m_available = true;
     int m_samples = 0;
+    std::function<void()> m_modifierPressed;
 };

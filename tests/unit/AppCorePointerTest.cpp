@@ -127,11 +127,11 @@ protected:
     // Holds the pointer key with the pointer resting at `point` until the dwell fires, then
     // lets the read and the lookup finish.
     void restAt(QPointF point) {
-        sampler->state.flags = PointerSampler::option;
+        sampler->setFlags(PointerSampler::option);
         sampler->state.location = point;
         timers.advance(400ms);
         settle();
-        sampler->state.flags = 0;
+        sampler->setFlags(0);
         timers.advance(40ms);
     }
     void settle() {
@@ -288,7 +288,7 @@ TEST_F(AppCorePointerTest, ADoubleTapDrawsABoxWhoseTextIsLookedUp) {
     picker.box = QRect(90, 90, 200, 40);
     const auto doubleTap = [this] {
         for (quint32 flags : {PointerSampler::option, 0u, PointerSampler::option, 0u}) {
-            sampler->state.flags = flags;
+            sampler->setFlags(flags);
             timers.advance(80ms);
         }
         settle();

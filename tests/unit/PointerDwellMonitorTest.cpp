@@ -188,3 +188,43 @@ TEST(PointerDwellMonitorTimer, SamplesEvery40MsOnlyWhileRunning) {
 }
 
 } // namespace
+
+namespace {
+
+TEST(PointerDwellMonitorTimer, SamplingRestsWithoutAModifierAndWakesOnOne) {
+    EventLog log{{}, false};
+    ScriptedPointerSampler sampler;
+    ManualTimers timers;
+    PointerDwellMonitor monitor{
+        sampler, log, timers, [&timers] { return timers.now().count() / 1000.0; }};
+    int doubleTaps = 0;
+    int dwells = 0;
+    monitor.setCallbacks({.dwell = [&dwells](QPointF) { ++dwells; },
+                          .doubleTap = [&doubleTaps] { ++doubleTaps; }});
+    monitor.start();
+    timers.advance(2s);
+    EXPECT_FALSE(monitor.isSampling()) << "nothing held for half a second";
+    EXPECT_TRUE(monitor.isRunning());
+    const int restingSamples = sampler.samples();
+    timers.advance(5s);
+    EXPECT_EQ(sampler.samples(), restingSamples);
+
+    // A double tap from rest: the first press wakes the sampling in time to see both taps.
+    for (quint32 flags : {alt, 0u, alt, 0u}) {
+        sampler.setFlags(flags);
+        timers.advance(80ms);
+    }
+    EXPECT_EQ(doubleTaps, 1);
+    // A hold over a still pointer after rest fires as if sampling had never rested.
+    timers.advance(1s);
+    EXPECT_FALSE(monitor.isSampling());
+    sampler.setFlags(alt);
+    timers.advance(400ms);
+    EXPECT_EQ(dwells, 1);
+    monitor.stop();
+    sampler.setFlags(0);
+    sampler.setFlags(alt);
+    EXPECT_FALSE(monitor.isSampling()) << "a stopped monitor is not woken";
+}
+
+} // namespace

@@ -114,6 +114,7 @@ bool XcbPointerSampler::followKeys() {
 void XcbPointerSampler::readDevices() {
     xcb_connection_t* c = m_connection->connection();
     auto keyboard = std::make_shared<XcbKeyboardMap>(c);
+    m_keyboard = keyboard;
     m_keys.setModifierKey([keyboard](quint8 key) { return keyboard->isModifierKey(key); });
     QSet<quint16> synthetic;
     if (m_options.ignoreSyntheticKeys) {
@@ -153,7 +154,15 @@ bool XcbPointerSampler::handle(const xcb_generic_event_t* event) {
         return false;
     const auto* raw = reinterpret_cast<const xcb_input_raw_key_press_event_t*>(event);
     m_keys.pressed(raw->sourceid, quint8(raw->detail), KeyDownRecord::Clock::now());
+    // Any device's: a modifier pressed through XTEST (an on-screen keyboard) is still held.
+    if (m_modifierPressed && m_keyboard && m_keyboard->isModifierKey(quint8(raw->detail)))
+        m_modifierPressed();
     return true;
+}
+
+bool XcbPointerSampler::notifyModifierPresses(std::function<void()> handler) {
+    m_modifierPressed = std::move(handler);
+    return m_keysFollowed;
 }
 
 PointerSampler::State XcbPointerSampler::sample() {

@@ -9,6 +9,7 @@
 #include <xcb/xcb.h>
 
 class XcbEventConnection;
+class XcbKeyboardMap;
 class XcbMenuStrip;
 
 // The pointer and keyboard of the X desktop, on the capture adapters' own connection: one
@@ -30,6 +31,7 @@ public:
     void stop() override;
     State sample() override;
     bool inMenuBar(QPointF point) const override;
+    bool notifyModifierPresses(std::function<void()> handler) override;
 
 private:
     bool handle(const xcb_generic_event_t* event);
@@ -42,6 +44,8 @@ private:
     quint8 m_opcode = 0;
     bool m_keysFollowed = false;
     KeyDownRecord m_keys;
+    std::shared_ptr<XcbKeyboardMap> m_keyboard;
+    std::function<void()> m_modifierPressed;
     std::unique_ptr<XcbMenuStrip> m_stripReader;
     // Read once while started and again when the window manager changes it.
     mutable std::optional<MenuStrip> m_strip;
