@@ -3,38 +3,10 @@
 #include "capture/PermissionCenter.h"
 #include "capture/PointerDwellMonitor.h"
 #include "capture/SelectionMonitor.h"
-#include "core/AppCore.h"
 #include "core/LookupPresenter.h"
-#include "core/RegionPicker.h"
-#include "dictionary/BundledDictionary.h"
-#include "dictionary/WordSourceCatalog.h"
-#include "harness/FixtureDatabase.h"
-#include "harness/ManualTimers.h"
 #include "harness/QtPrinters.h"
-#include "harness/ScriptedAccessibleReader.h"
-#include "harness/ScriptedAccessibleWords.h"
-#include "harness/ScriptedClipboardSnapshots.h"
-#include "harness/ScriptedFrontmost.h"
-#include "harness/ScriptedHotKeys.h"
-#include "harness/ScriptedKeys.h"
-#include "harness/ScriptedPermissions.h"
-#include "harness/ScriptedPointerEvents.h"
-#include "harness/ScriptedPointerSampler.h"
-#include "harness/ScriptedPrimarySelection.h"
-#include "harness/ScriptedScreenText.h"
-#include "logs/EventLog.h"
-#include "lookup/LookupEngine.h"
-#include "lookup/UnsupportedTranslationEngine.h"
-#include "notebook/Vocabulary.h"
-#include "platform/CaptureAdapters.h"
-#include "settings/DefaultsStore.h"
-#include "settings/FilterPreferences.h"
-#include "settings/Preferences.h"
-#include "settings/TriggerSettings.h"
+#include "harness/ScriptedCoordinator.h"
 
-#include <QCoreApplication>
-#include <QTemporaryDir>
-#include <QTest>
 #include <gtest/gtest.h>
 
 using namespace Qt::StringLiterals;
@@ -43,135 +15,26 @@ using Kind = SystemPermissions::Kind;
 
 namespace {
 
-class NoticePresenter final : public LookupPresenter {
-public:
-    QStringList calls;
-    void setActions(Actions) override {}
-    void showLoading(const QString& query, bool force) override {
-        calls.append(u"loading:"_s + query + (force ? u"!"_s : QString()));
-    }
-    bool show(const LookupResult& result, bool) override {
-        calls.append(u"show:"_s + result.term);
-        return true;
-    }
-    void showFailure(const QString& message, bool) override {
-        calls.append(u"failure:"_s + message);
-    }
-    void showNotice(const QString& message) override { calls.append(u"notice:"_s + message); }
-    void showRefusal(const QString& message) override { calls.append(u"refusal:"_s + message); }
-    void showNeedsLanguagePack(const QString&, bool) override {}
-    void showDownloadProgress(double) override {}
-    void expand(bool) override {}
-    void scheduleAutoHide() override {}
-    void collapse() override {}
-    void showPointerHint(bool holding) override {
-        calls.append(holding ? u"hint"_s : u"hint off"_s);
-    }
-    std::optional<QString> loadingQuery() const override { return {}; }
-};
-
-// A box the test "draws", or a cancel.
-class ScriptedRegionPicker final : public RegionPicker {
-public:
-    std::optional<QRect> box;
-    int picks = 0;
-    QCoro::Task<std::optional<QRect>> pick() override {
-        ++picks;
-        co_return std::optional<QRect>(box);
-    }
-};
-
-// The coordinator with scripted pointer, accessibility, screen and box.
-class AppCorePointerTest : public testing::Test {
+// The coordinator with hover lookup on: scripted pointer, accessibility, screen and box.
+class AppCorePointerTest : public testing::Test, public ScriptedCoordinator {
 protected:
     AppCorePointerTest() {
-        adapters.pointer.reset(new ScriptedPointerEvents);
-        adapters.hotKeys.reset(new ScriptedHotKeys);
-        adapters.frontmost.reset(new ScriptedFrontmost);
-        adapters.keys.reset(new ScriptedKeys);
-        adapters.primary.reset(new ScriptedPrimarySelection);
-        adapters.snapshots.reset(new ScriptedClipboardSnapshots(pasteboard));
-        adapters.accessible.reset(new ScriptedAccessibleReader);
-        adapters.permissions.reset(permissions = new ScriptedPermissions);
-        adapters.pointerSampler.reset(sampler = new ScriptedPointerSampler);
-        adapters.words.reset(words = new ScriptedAccessibleWords);
-        adapters.screenText.reset(screen = new ScriptedScreenText);
         permissions->set(Kind::screenRecording, true);
         triggers.setPointerLookupEnabled(true);
         preferences.setHoverDwellSeconds(0.2);
     }
 
-    void start() {
-        core = std::make_unique<AppCore>(AppCore::Dependencies{
-            .presenter = presenter,
-            .pasteboard = pasteboard,
-            .translator = translator,
-            .engine = engine,
-            .vocabulary = vocabulary,
-            .log = log,
-            .preferences = preferences,
-            .triggers = triggers,
-            .filter = filter,
-            .speak = {},
-            .openInDictionary = {},
-            .openTranslationSettings = {},
-            .now = [this] { return clock; },
-            .capture = &adapters,
-            .store = &store,
-            .timers = &timers,
-            .regionPicker = &picker,
-            .steadySeconds = [this] { return timers.now().count() / 1000.0; },
-        });
-        core->start();
-    }
+    void start() { startCore(); }
     // Holds the pointer key with the pointer resting at `point` until the dwell fires, then
     // lets the read and the lookup finish.
     void restAt(QPointF point) {
         sampler->setFlags(PointerSampler::option);
         sampler->state.location = point;
         timers.advance(400ms);
-        settle();
+        ASSERT_TRUE(settle());
         sampler->setFlags(0);
         timers.advance(40ms);
     }
-    void settle() {
-        for (int i = 0; i < 5; ++i)
-            QCoreApplication::processEvents();
-        timers.advance(2s);
-        ASSERT_TRUE(QTest::qWaitFor([this] { return !core->isLookupInFlight(); }));
-    }
-    QStringList logLines() const {
-        QStringList lines;
-        for (const EventLog::Entry& entry : log.entries())
-            lines.prepend(entry.text);
-        return lines;
-    }
-
-    QDateTime clock = QDateTime(QDate(2026, 3, 1), QTime(9, 0), Qt::UTC);
-    QTemporaryDir dir;
-    DefaultsStore store{dir.path() + u"/defaults.json"_s};
-    EventLog log{{}, false};
-    Preferences preferences{store, {}};
-    TriggerSettings triggers{store};
-    FilterPreferences filter{store, log};
-    Vocabulary vocabulary{{.store = store, .recordingEnabled = [] { return true; }, .log = {}}};
-    FixtureDatabase database{FixtureDatabase::schema() +
-                             u"INSERT INTO words VALUES ('water', 'ˈwɔːtə', 'n. 水', NULL);"
-                             u"INSERT INTO words VALUES ('river', 'ˈrɪvə', 'n. 河', NULL);"_s};
-    BundledDictionary bundled{database.path()};
-    BundledOnlyCatalog catalog;
-    UnsupportedTranslationEngine translator{log};
-    LookupEngine engine{{.bundled = bundled, .catalog = catalog, .translator = translator}};
-    ScriptedPasteboard pasteboard;
-    NoticePresenter presenter;
-    ManualTimers timers;
-    ScriptedRegionPicker picker;
-    CaptureAdapters adapters;
-    ScriptedPermissions* permissions;
-    ScriptedPointerSampler* sampler;
-    ScriptedAccessibleWords* words;
-    ScriptedScreenText* screen;
-    std::unique_ptr<AppCore> core;
 };
 
 TEST_F(AppCorePointerTest, ARestingPointerLooksUpTheAccessibleWordOncePerPlace) {
@@ -291,7 +154,7 @@ TEST_F(AppCorePointerTest, ADoubleTapDrawsABoxWhoseTextIsLookedUp) {
             sampler->setFlags(flags);
             timers.advance(80ms);
         }
-        settle();
+        ASSERT_TRUE(settle());
     };
     doubleTap();
     EXPECT_EQ(picker.picks, 1);
@@ -324,7 +187,7 @@ TEST_F(AppCorePointerTest, ABoxOfCodeOrForeignTextIsRefusedLikeASelection) {
     start();
     screen->words = {{u"sk-proj-9fQ2xLmZ8rT4vW1yB6nC3kD7"_s, QRectF(100, 100, 300, 16), 90, 0}};
     core->lookUpRegion(QRect(90, 90, 400, 40));
-    settle();
+    ASSERT_TRUE(settle());
     EXPECT_TRUE(presenter.calls.filter(u"loading"_s).isEmpty());
     EXPECT_TRUE(logLines().last().startsWith(u"截图查询｜"_s)) << logLines().last().toStdString();
     EXPECT_FALSE(core->lastRejection()->text.has_value()) << "a secret is never kept";

@@ -2,34 +2,10 @@
 #include "capture/HotKeyCenter.h"
 #include "capture/PermissionCenter.h"
 #include "capture/SelectionMonitor.h"
-#include "core/AppCore.h"
 #include "core/LookupPresenter.h"
-#include "dictionary/BundledDictionary.h"
-#include "dictionary/WordSourceCatalog.h"
-#include "harness/FixtureDatabase.h"
-#include "harness/ManualTimers.h"
 #include "harness/QtPrinters.h"
-#include "harness/ScriptedAccessibleReader.h"
-#include "harness/ScriptedClipboardSnapshots.h"
-#include "harness/ScriptedFrontmost.h"
-#include "harness/ScriptedHotKeys.h"
-#include "harness/ScriptedKeys.h"
-#include "harness/ScriptedPermissions.h"
-#include "harness/ScriptedPointerEvents.h"
-#include "harness/ScriptedPrimarySelection.h"
-#include "logs/EventLog.h"
-#include "lookup/LookupEngine.h"
-#include "lookup/UnsupportedTranslationEngine.h"
-#include "notebook/Vocabulary.h"
-#include "platform/CaptureAdapters.h"
-#include "settings/DefaultsStore.h"
-#include "settings/FilterPreferences.h"
-#include "settings/Preferences.h"
-#include "settings/TriggerSettings.h"
+#include "harness/ScriptedCoordinator.h"
 
-#include <QCoreApplication>
-#include <QTemporaryDir>
-#include <QTest>
 #include <gtest/gtest.h>
 
 using namespace Qt::StringLiterals;
@@ -38,67 +14,14 @@ using Kind = SystemPermissions::Kind;
 
 namespace {
 
-class NoticePresenter final : public LookupPresenter {
-public:
-    QStringList calls;
-    void setActions(Actions) override {}
-    void showLoading(const QString& query, bool force) override {
-        calls.append(u"loading:"_s + query + (force ? u"!"_s : QString()));
-    }
-    bool show(const LookupResult& result, bool) override {
-        calls.append(u"show:"_s + result.term);
-        return true;
-    }
-    void showFailure(const QString& message, bool) override {
-        calls.append(u"failure:"_s + message);
-    }
-    void showNotice(const QString& message) override { calls.append(u"notice:"_s + message); }
-    void showRefusal(const QString& message) override { calls.append(u"refusal:"_s + message); }
-    void showNeedsLanguagePack(const QString&, bool) override {}
-    void showDownloadProgress(double) override {}
-    void expand(bool) override {}
-    void scheduleAutoHide() override {}
-    void collapse() override {}
-    std::optional<QString> loadingQuery() const override { return {}; }
-};
-
 const HotKeySpec kDefault = HotKeySpec::defaultLookup();
 
 // The coordinator with scripted capture adapters: pointer, hot keys, applications, grants.
-class AppCoreSelectionTest : public testing::Test {
+class AppCoreSelectionTest : public testing::Test, public ScriptedCoordinator {
 protected:
-    AppCoreSelectionTest() {
-        adapters.pointer.reset(pointer = new ScriptedPointerEvents);
-        adapters.hotKeys.reset(hotKeys = new ScriptedHotKeys);
-        adapters.frontmost.reset(frontmost = new ScriptedFrontmost);
-        adapters.keys.reset(keys = new ScriptedKeys);
-        adapters.primary.reset(new ScriptedPrimarySelection);
-        adapters.snapshots.reset(new ScriptedClipboardSnapshots(pasteboard));
-        adapters.accessible.reset(accessible = new ScriptedAccessibleReader);
-        adapters.permissions.reset(permissions = new ScriptedPermissions);
-        permissions->set(Kind::accessibility, true);
-    }
+    AppCoreSelectionTest() { permissions->set(Kind::accessibility, true); }
 
-    void start() {
-        core = std::make_unique<AppCore>(AppCore::Dependencies{
-            .presenter = presenter,
-            .pasteboard = pasteboard,
-            .translator = translator,
-            .engine = engine,
-            .vocabulary = vocabulary,
-            .log = log,
-            .preferences = preferences,
-            .triggers = triggers,
-            .filter = filter,
-            .speak = {},
-            .openInDictionary = {},
-            .openTranslationSettings = {},
-            .capture = &adapters,
-            .store = &store,
-            .timers = &timers,
-        });
-        core->start();
-    }
+    void start() { startCore(); }
     void pressHotKey() {
         hotKeys->press(kDefault.keyCode, kDefault.modifiers);
         QCoreApplication::processEvents();
@@ -106,37 +29,6 @@ protected:
         ASSERT_TRUE(QTest::qWaitFor([this] { return !core->isLookupInFlight(); }));
     }
     QString lastLine() const { return log.entries().first().text; }
-    QStringList logLines() const {
-        QStringList lines;
-        for (const EventLog::Entry& entry : log.entries())
-            lines.prepend(entry.text);
-        return lines;
-    }
-
-    QTemporaryDir dir;
-    DefaultsStore store{dir.path() + u"/defaults.json"_s};
-    EventLog log{{}, false};
-    Preferences preferences{store, {}};
-    TriggerSettings triggers{store};
-    FilterPreferences filter{store, log};
-    Vocabulary vocabulary{{.store = store, .recordingEnabled = [] { return true; }, .log = {}}};
-    FixtureDatabase database{FixtureDatabase::schema() +
-                             u"INSERT INTO words VALUES ('water', 'ˈwɔːtə', 'n. 水', NULL);"_s};
-    BundledDictionary bundled{database.path()};
-    BundledOnlyCatalog catalog;
-    UnsupportedTranslationEngine translator{log};
-    LookupEngine engine{{.bundled = bundled, .catalog = catalog, .translator = translator}};
-    ScriptedPasteboard pasteboard;
-    NoticePresenter presenter;
-    ManualTimers timers;
-    CaptureAdapters adapters;
-    ScriptedPointerEvents* pointer;
-    ScriptedHotKeys* hotKeys;
-    ScriptedFrontmost* frontmost;
-    ScriptedKeys* keys;
-    ScriptedAccessibleReader* accessible;
-    ScriptedPermissions* permissions;
-    std::unique_ptr<AppCore> core;
 };
 
 TEST_F(AppCoreSelectionTest, TheHotKeyLooksUpTheSelectionAndSaysWhyWhenItCannot) {
