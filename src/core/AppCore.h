@@ -156,8 +156,6 @@ Q_SIGNALS:
     void lastRejectionChanged();
     // A lookup ended: shown, failed or dropped. For observers that wait on it.
     void lookupSettled(const QString& query);
-    // A hover or box read ended without a lookup (a miss, a refusal, a cancel).
-    void pointerReadSettled();
 
 private:
     QCoro::Task<void> perform(QString query, bool userInitiated, CancellationToken token,
@@ -184,7 +182,8 @@ private:
     void applyPointerRunState();
     bool screenRecordingGranted() const;
     void showPointerMiss(PointerWordFinder::Miss miss);
-    void noteRecognitionMissing();
+    // Says once what to install for recognition; true when it said so now.
+    bool noteRecognitionMissing();
 
     Dependencies m_deps;
     ClipboardMonitor m_clipboard;

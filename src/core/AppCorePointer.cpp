@@ -154,10 +154,8 @@ QCoro::Task<void> AppCore::lookUpWord(QPointF point) {
         m_deps.log.append(
             EventLog::Kind::reject,
             u"悬停取词｜识别期间指针已移开（%1 像素），这次不取"_s.arg(qRound(moved->distance)));
-        Q_EMIT pointerReadSettled();
     } else {
         showPointerMiss(std::get<PointerWordFinder::Miss>(outcome));
-        Q_EMIT pointerReadSettled();
     }
 }
 
@@ -186,22 +184,24 @@ void AppCore::showPointerMiss(PointerWordFinder::Miss miss) {
         logged = u"悬停取词｜未授权屏幕录制"_s;
         break;
     case Miss::engineMissing:
-        noteRecognitionMissing();
         text = u"未能读取指针处的文字"_s;
         break;
     }
     m_deps.log.append(EventLog::Kind::reject,
                       logged.isEmpty() ? pointerFeature() + u"｜"_s + text : logged);
-    m_deps.presenter.showNotice(text);
+    // What to install is said once; after that, the short miss.
+    if (miss != Miss::engineMissing || !noteRecognitionMissing())
+        m_deps.presenter.showNotice(text);
 }
 
-void AppCore::noteRecognitionMissing() {
+bool AppCore::noteRecognitionMissing() {
     if (m_recognitionMissingNoted)
-        return;
+        return false;
     m_recognitionMissingNoted = true;
     const QString text = PlatformTexts::recognitionDataMissing();
     m_deps.log.append(EventLog::Kind::error, u"文字识别｜"_s + text);
     m_deps.presenter.showNotice(text);
+    return true;
 }
 
 void AppCore::lookUpPointerWord(const QString& word) {
@@ -209,7 +209,6 @@ void AppCore::lookUpPointerWord(const QString& word) {
     if (m_lastPointerWord && m_lastPointerWord->word.compare(word, Qt::CaseInsensitive) == 0 &&
         m_lastPointerWord->date.secsTo(now) < pointerRepeatSeconds) {
         m_deps.log.append(EventLog::Kind::reject, u"悬停取词｜15 秒内查过同一个词"_s);
-        Q_EMIT pointerReadSettled();
         return;
     }
     m_lastPointerWord = PointerWord{word, now};
@@ -217,13 +216,10 @@ void AppCore::lookUpPointerWord(const QString& word) {
     if (trimmed.size() < 2 || TextFilter::kind(trimmed) != QueryKind::word) {
         m_deps.log.append(EventLog::Kind::reject,
                           u"悬停取词｜不是单词｜"_s + EventLog::privateSegment(trimmed));
-        Q_EMIT pointerReadSettled();
         return;
     }
-    if (!passesOnDemandFilter(trimmed, false, pointerFeature())) {
-        Q_EMIT pointerReadSettled();
+    if (!passesOnDemandFilter(trimmed, false, pointerFeature()))
         return;
-    }
     m_deps.log.append(EventLog::Kind::trigger,
                       u"悬停取词｜停留｜"_s + EventLog::privateSegment(trimmed));
     run(trimmed, true);
@@ -251,7 +247,6 @@ QCoro::Task<void> AppCore::beginRegionLookup() {
 QCoro::Task<void> AppCore::lookUpRegion(std::optional<QRect> region) {
     if (!region || region->width() < smallestRegion || region->height() < smallestRegion) {
         m_deps.log.append(EventLog::Kind::reject, u"截图查询｜取消"_s);
-        Q_EMIT pointerReadSettled();
         co_return;
     }
     if (!m_deps.capture || !m_deps.capture->screenText)
@@ -273,7 +268,8 @@ QCoro::Task<void> AppCore::lookUpRegion(std::optional<QRect> region) {
             m_deps.presenter.showNotice(u"未授权屏幕录制"_s);
             break;
         case ScreenText::Failure::engineMissing:
-            noteRecognitionMissing();
+            if (!noteRecognitionMissing())
+                m_deps.presenter.showNotice(u"未能读取框内的文字"_s);
             break;
         case ScreenText::Failure::captureFailed:
             m_deps.log.append(EventLog::Kind::error, u"截图查询｜未能读取框内的文字"_s);
@@ -283,20 +279,16 @@ QCoro::Task<void> AppCore::lookUpRegion(std::optional<QRect> region) {
             // A newer read took its place and answers instead.
             break;
         }
-        Q_EMIT pointerReadSettled();
         co_return;
     }
     const QString text = RecognizedText::regionText(std::get<ScreenText::Recognition>(read));
     if (text.isEmpty()) {
         m_deps.log.append(EventLog::Kind::reject, u"截图查询｜框内没有英文"_s);
         m_deps.presenter.showNotice(u"框内没有英文"_s);
-        Q_EMIT pointerReadSettled();
         co_return;
     }
     m_deps.log.append(EventLog::Kind::trigger,
                       u"截图查询｜点按｜"_s + EventLog::privateSegment(text));
     if (passesOnDemandFilter(text, false, regionFeature()))
         run(text, true);
-    else
-        Q_EMIT pointerReadSettled();
 }

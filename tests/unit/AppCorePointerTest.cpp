@@ -108,7 +108,8 @@ TEST_F(AppCorePointerTest, MissesAreShownWithTheirOwnTexts) {
     screen->failure = ScreenText::Failure::engineMissing;
     const QString first = missAt({60, 10});
     EXPECT_TRUE(first.contains(u"tesseract-ocr-eng"_s)) << first.toStdString();
-    EXPECT_FALSE(missAt({70, 10}).contains(u"tesseract-ocr-eng"_s)) << "said once";
+    EXPECT_FALSE(first.contains(u"未能读取"_s)) << "what to install stays on screen";
+    EXPECT_EQ(missAt({70, 10}), u"notice:未能读取指针处的文字"_s) << "said once";
     words->show(u"x"_s);
     missAt({80, 10});
     EXPECT_TRUE(logLines().last().startsWith(u"悬停取词｜不是单词｜"_s));
