@@ -4,6 +4,7 @@
 // desktop with an accessibility bus:
 //   bash tests/harness/desktop-session --accessibility build/bin/bench_atspi_word
 #include "LatencyCounters.h"
+#include "harness/AccessibleOutcomes.h"
 #include "harness/TextWindow.h"
 #include "platform/linux/atspi/AtspiWordReader.h"
 #include "platform/linux/capture/X11WindowAtPoint.h"
@@ -21,19 +22,6 @@ using namespace std::chrono_literals;
 using Outcome = AccessibleWordReader::Outcome;
 
 namespace {
-
-Outcome outcomeOf(QCoro::Task<Outcome>&& task) {
-    std::optional<Outcome> result;
-    QEventLoop loop;
-    [](QCoro::Task<Outcome> task, std::optional<Outcome>& result,
-       QEventLoop& loop) -> QCoro::Task<> {
-        result.emplace(co_await task);
-        loop.quit();
-    }(std::move(task), result, loop);
-    if (!result)
-        loop.exec();
-    return std::move(*result);
-}
 
 void BM_AtspiWordAtPoint(benchmark::State& state) {
     TextWindow window;

@@ -1,6 +1,7 @@
 // What hover lookup relies on from the word reader, checked against the scripted fake the
 // unit tests use and against the AT-SPI reader pointing into another program's window on the
 // accessibility bus, so the fake cannot drift from what the desktop really does.
+#include "harness/AccessibleOutcomes.h"
 #include "harness/ScriptedAccessibleWords.h"
 #include "harness/TextWindow.h"
 #include "platform/linux/atspi/AtspiWordReader.h"
@@ -41,19 +42,6 @@ inline void PrintTo(Miss miss, std::ostream* out) {
 namespace {
 
 constexpr auto limit = 250ms;
-
-Outcome outcomeOf(QCoro::Task<Outcome>&& task) {
-    std::optional<Outcome> result;
-    QEventLoop loop;
-    [](QCoro::Task<Outcome> task, std::optional<Outcome>& result,
-       QEventLoop& loop) -> QCoro::Task<> {
-        result.emplace(co_await task);
-        loop.quit();
-    }(std::move(task), result, loop);
-    if (!result)
-        loop.exec();
-    return std::move(*result);
-}
 
 // A point no window covers: the window manager places new windows at the top left.
 const QPointF emptyDesktop(1200, 760);

@@ -35,9 +35,7 @@ inline void PrintTo(AccessibleSelectionReader::Miss miss, std::ostream* out) {
 }
 
 // Runs a read to its end on a local event loop and hands back its outcome.
-inline AccessibleSelectionReader::Outcome
-outcomeOf(QCoro::Task<AccessibleSelectionReader::Outcome>&& task) {
-    using Outcome = AccessibleSelectionReader::Outcome;
+template <typename Outcome> Outcome outcomeOf(QCoro::Task<Outcome>&& task) {
     std::optional<Outcome> result;
     QEventLoop loop;
     [](QCoro::Task<Outcome> task, std::optional<Outcome>& result,

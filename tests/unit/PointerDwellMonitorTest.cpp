@@ -195,12 +195,16 @@ TEST(PointerDwellMonitorTimer, SamplingRestsWithoutAModifierAndWakesOnOne) {
     EventLog log{{}, false};
     ScriptedPointerSampler sampler;
     ManualTimers timers;
-    PointerDwellMonitor monitor{
-        sampler, log, timers, [&timers] { return timers.now().count() / 1000.0; }};
+    PointerDwellMonitor monitor{sampler, log, timers, [&timers] {
+                                    return timers.now().count() / 1000.0;
+                                }};
     int doubleTaps = 0;
     int dwells = 0;
     monitor.setCallbacks({.dwell = [&dwells](QPointF) { ++dwells; },
-                          .doubleTap = [&doubleTaps] { ++doubleTaps; }});
+                          .doubleTap =
+                              [&doubleTaps] {
+                                  ++doubleTaps;
+                              }});
     monitor.start();
     timers.advance(2s);
     EXPECT_FALSE(monitor.isSampling()) << "nothing held for half a second";
