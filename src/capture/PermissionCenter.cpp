@@ -20,10 +20,8 @@ PermissionCenter::PermissionCenter(Dependencies dependencies, QObject* parent)
     for (const Kind kind : {Kind::accessibility, Kind::screenRecording})
         if (m_deps.store.boolValue(askedKey(kind)))
             m_asked.insert(kind);
-    connect(&m_deps.accessibility, &AccessibilityAuthorization::trustChanged, this, [this] {
-        enableGrantedWanted();
-        Q_EMIT grantsChanged();
-    });
+    connect(&m_deps.accessibility, &AccessibilityAuthorization::trustChanged, this,
+            &PermissionCenter::systemChanged);
 }
 
 QString PermissionCenter::rawName(Kind kind) {

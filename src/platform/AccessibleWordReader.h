@@ -17,8 +17,7 @@ public:
         unavailable,   // the accessibility bus is off or cannot be reached
     };
     struct Word {
-        QString text;    // as the application gave it, not trimmed
-        QString context; // the sentence or line around it, when the application offers one
+        QString text; // as the application gave it, not trimmed
     };
     using Outcome = std::variant<Word, Miss>;
 

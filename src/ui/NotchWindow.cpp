@@ -122,7 +122,7 @@ void NotchWindow::settle() {
     if (m_expanded)
         return;
     m_content->hide();
-    if (!m_showsWhenCollapsed && !m_marked)
+    if (!restsVisible())
         hide();
     else if (m_marked)
         update(); // the pill now shows the mark
@@ -132,7 +132,7 @@ void NotchWindow::setShowsWhenCollapsed(bool shows) {
     m_showsWhenCollapsed = shows;
     if (m_expanded || isMoving())
         return;
-    if (shows || m_marked)
+    if (restsVisible())
         show();
     else
         hide();
@@ -148,10 +148,14 @@ void NotchWindow::setMarked(bool marked) {
         show();
         if (hasRealWindowing())
             raise();
-    } else if (!marked && !m_showsWhenCollapsed) {
+    } else if (!restsVisible()) {
         hide();
     }
     update();
+}
+
+bool NotchWindow::restsVisible() const {
+    return m_showsWhenCollapsed || m_marked;
 }
 
 bool NotchWindow::showsMark() const {

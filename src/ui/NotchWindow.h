@@ -73,4 +73,7 @@ private:
     bool m_expanded = false;
     bool m_showsWhenCollapsed = true;
     bool m_marked = false;
+
+    // The folded pill stays on screen: the idle notch is on, or the hover key is held.
+    bool restsVisible() const;
 };

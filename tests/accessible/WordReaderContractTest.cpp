@@ -24,14 +24,13 @@ using Miss = AccessibleWordReader::Miss;
 using Outcome = AccessibleWordReader::Outcome;
 using Word = AccessibleWordReader::Word;
 
-// Words compare as the core reads them: trimmed; the context is checked apart.
+// Words compare as the core reads them: trimmed.
 inline bool operator==(const Word& a, const Word& b) {
     return a.text.trimmed() == b.text.trimmed();
 }
 
 inline void PrintTo(const Word& word, std::ostream* out) {
-    *out << "word \"" << word.text.toStdString() << "\" in \"" << word.context.toStdString()
-         << "\"";
+    *out << "word \"" << word.text.toStdString() << "\"";
 }
 
 inline void PrintTo(Miss miss, std::ostream* out) {
@@ -51,10 +50,7 @@ struct Scripted {
     ScriptedAccessibleWords reader;
 
     std::optional<QPointF> wordAt(int start, int end) {
-        const QString text = TextWindow::initialText();
-        const qsizetype lineStart = text.lastIndexOf(u'\n', start) + 1;
-        const QString line = text.mid(lineStart, text.indexOf(u'\n', start) - lineStart);
-        reader.outcome = Word{text.mid(start, end - start), line};
+        reader.show(TextWindow::initialText().mid(start, end - start));
         return QPointF(100, 100);
     }
     std::optional<QPointF> fieldWordAt(const QString& word) {
@@ -155,7 +151,7 @@ protected:
         return testing::AssertionFailure()
                << "at " << at.x() << "," << at.y() << ": " << testing::PrintToString(last);
     }
-    static Outcome word(const QString& text) { return Word{text, {}}; }
+    static Outcome word(const QString& text) { return Word{text}; }
 };
 
 struct BenchNames {
@@ -168,17 +164,14 @@ TYPED_TEST_SUITE(WordReaderContract, Benches, BenchNames);
 
 } // namespace
 
-TYPED_TEST(WordReaderContract, theWordUnderThePointInATextViewWithItsContext) {
+TYPED_TEST(WordReaderContract, theWordUnderThePointInATextView) {
     // Both ends of a line, the middle of another.
     const std::vector<std::pair<int, int>> words = {{4, 9}, {40, 43}, {45, 52}, {64, 72}};
     for (const auto& [start, end] : words) {
         const QString expected = TextWindow::initialText().mid(start, end - start);
         const std::optional<QPointF> at = this->bench.wordAt(start, end);
         ASSERT_TRUE(at) << expected.toStdString();
-        ASSERT_TRUE(this->becomes(*at, this->word(expected)));
-        const Word found = std::get<Word>(this->read(*at));
-        EXPECT_TRUE(found.context.isEmpty() || found.context.contains(expected))
-            << found.context.toStdString();
+        EXPECT_TRUE(this->becomes(*at, this->word(expected)));
     }
 }
 

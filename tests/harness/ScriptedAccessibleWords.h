@@ -9,7 +9,7 @@ class ScriptedAccessibleWords final : public AccessibleWordReader {
 public:
     Outcome outcome = Miss::noText;
 
-    void show(const QString& word) { outcome = Word{word, {}}; }
+    void show(const QString& word) { outcome = Word{word}; }
 
     QCoro::Task<Outcome> wordAt(QPointF point, std::chrono::milliseconds) override {
         points.append(point);

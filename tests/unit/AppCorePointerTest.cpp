@@ -99,7 +99,7 @@ TEST_F(AppCorePointerTest, MissesAreShownWithTheirOwnTexts) {
     EXPECT_TRUE(screen->reads.isEmpty()) << "a password field is never looked at";
     words->outcome = AccessibleWordReader::Miss::ownWindow;
     EXPECT_EQ(missAt({20, 10}), u"notice:指针在本 App 的窗口上"_s);
-    words->outcome = AccessibleWordReader::Word{u" — "_s, {}};
+    words->outcome = AccessibleWordReader::Word{u" — "_s};
     EXPECT_EQ(missAt({30, 10}), u"notice:指针下没有英文单词"_s);
     words->outcome = AccessibleWordReader::Miss::noText;
     EXPECT_EQ(missAt({40, 10}), u"notice:指针处没有英文单词"_s);

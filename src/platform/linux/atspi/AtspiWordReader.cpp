@@ -175,13 +175,9 @@ QCoro::Task<Span> stringAt(QDBusConnection bus, AtspiObject object, int offset, 
     co_return Span{reply.answered() ? reply.first().toString() : QString(), false};
 }
 
-// Granularities of GetStringAtOffset and the boundaries of GetTextAtOffset.
+// The word granularity of GetStringAtOffset and the word boundary of GetTextAtOffset.
 constexpr uint wordGranularity = 1;
-constexpr uint sentenceGranularity = 2;
-constexpr uint lineGranularity = 3;
 constexpr uint wordStart = 1;
-constexpr uint sentenceStart = 3;
-constexpr uint lineStart = 5;
 
 QCoro::Task<Outcome> readWord(std::shared_ptr<AtspiBus> atspi,
                               std::shared_ptr<QSet<QString>> withoutStringAtOffset, qint64 process,
@@ -216,14 +212,7 @@ QCoro::Task<Outcome> readWord(std::shared_ptr<AtspiBus> atspi,
         withoutStringAtOffset->insert(text->object.service);
     if (!hasLetterOrDigit(word.text))
         co_return Miss::noText;
-    // The sentence, else the line: whichever the application knows, asked the same way.
-    Span context = co_await stringAt(*bus, text->object, offset, sentenceGranularity, sentenceStart,
-                                     word.asked, limit);
-    if (!hasLetterOrDigit(context.text))
-        context = co_await stringAt(*bus, text->object, offset, lineGranularity, lineStart,
-                                    word.asked, limit);
-    co_return AccessibleWordReader::Word{word.text,
-                                         hasLetterOrDigit(context.text) ? context.text : QString()};
+    co_return AccessibleWordReader::Word{word.text};
 }
 
 } // namespace
@@ -237,9 +226,8 @@ AtspiWordReader::~AtspiWordReader() = default;
 QCoro::Task<Outcome> AtspiWordReader::wordAt(QPointF point, std::chrono::milliseconds limit) {
     const QPoint pixel(int(std::floor(point.x())), int(std::floor(point.y())));
     const std::optional<qint64> process = processAt ? processAt(point) : std::nullopt;
-    if (!process || *process <= 0) {
+    if (!process || *process <= 0)
         co_return Miss::noText;
-    }
     if (*process == QCoreApplication::applicationPid())
         co_return Miss::ownWindow;
     co_return co_await readWord(atspi, withoutStringAtOffset, *process, pixel, limit);
