@@ -8,8 +8,10 @@
 #include "platform/GlobalPointerEvents.h"
 #include "platform/KeySynthesizer.h"
 #include "platform/PointerSampler.h"
+#include "platform/PowerAssertions.h"
 #include "platform/PrimarySelection.h"
 #include "platform/ScreenText.h"
+#include "platform/SystemActivityEvents.h"
 #include "platform/SystemPermissions.h"
 
 // Here, where every adapter's type is complete, so each OS's factory and the tests share it.

@@ -6,6 +6,7 @@
 #include "capture/PointerDwellMonitor.h"
 #include "capture/SelectionCoordinator.h"
 #include "capture/SelectionMonitor.h"
+#include "capture/SystemActivityMonitor.h"
 #include "core/LookupPresenter.h"
 #include "filter/TextFilter.h"
 #include "logs/EventLog.h"
@@ -67,6 +68,9 @@ void AppCore::start() {
     m_deps.log.append(EventLog::Kind::trigger, u"Quillet 已启动"_s);
     if (m_deps.wordDatabaseMissing)
         m_deps.log.append(EventLog::Kind::error, u"内置词库缺失，单词只能走系统词典和翻译"_s);
+    // Listening first: a screen already locked keeps every source from starting.
+    if (m_activity)
+        m_activity->start();
     applyRunState();
 }
 
@@ -116,6 +120,7 @@ void AppCore::applyRunState() {
     else if (!clipboardRuns && m_clipboard.isRunning())
         m_clipboard.pause();
     applyCaptureRunState();
+    applyPlaybackRunState();
 }
 
 void AppCore::setSystemPaused(bool paused) {

@@ -10,6 +10,7 @@
 #include "filter/RejectReason.h"
 #include "lookup/LookupEngine.h"
 #include "lookup/LookupResult.h"
+#include "subtitles/PlaybackMonitor.h"
 
 #include <QCoroTask>
 #include <QDateTime>
@@ -30,6 +31,7 @@ class RegionPicker;
 class ScreenText;
 class SelectionCoordinator;
 class SelectionMonitor;
+class SystemActivityMonitor;
 struct CaptureAdapters;
 class LookupPresenter;
 class Pasteboard;
@@ -89,6 +91,8 @@ public:
         RegionPicker* regionPicker = nullptr;
         // A steady clock in seconds, for the pointer key's timing.
         std::function<double()> steadySeconds;
+        // This process, never reported as playing video; 0 reads it from the system.
+        qint32 ownPid = 0;
     };
 
     explicit AppCore(Dependencies dependencies, QObject* parent = nullptr);
@@ -125,6 +129,7 @@ public:
     // Starts or stops the sources the settings and the system state allow.
     void applyRunState();
     void setSystemPaused(bool paused);
+    bool isSystemPaused() const { return m_systemPaused; }
     void noteDisplayLayout(const QString& screenName, bool hasNotch);
     // The user agreed to fetch the translation assets for this query.
     void downloadLanguagePack(const QString& query);
@@ -141,6 +146,9 @@ public:
     AccessibilityAuthorization* accessibility() { return m_accessibility.get(); }
     // Nothing where hover lookup is not offered.
     PointerDwellMonitor* pointerDwell() { return m_dwell.get(); }
+    // Nothing where this OS's adapters do not report them.
+    SystemActivityMonitor* activity() { return m_activity.get(); }
+    PlaybackMonitor* playback() { return m_playback.get(); }
     // Reads text off the screen; nothing where this OS's adapters offer none.
     const ScreenText* screenText() const;
     bool isLookupInFlight() const { return m_inFlight.has_value(); }
@@ -156,6 +164,8 @@ Q_SIGNALS:
     void lastRejectionChanged();
     // A lookup ended: shown, failed or dropped. For observers that wait on it.
     void lookupSettled(const QString& query);
+    // The set of applications playing video changed (also to none when the monitor stops).
+    void playbackChanged(const PlaybackMonitor::Playing& from, const PlaybackMonitor::Playing& to);
 
 private:
     QCoro::Task<void> perform(QString query, bool userInitiated, CancellationToken token,
@@ -184,6 +194,9 @@ private:
     void showPointerMiss(PointerWordFinder::Miss miss);
     // Says once what to install for recognition; true when it said so now.
     bool noteRecognitionMissing();
+    void makeActivitySources();
+    void applyPlaybackRunState();
+    void notePlayback(const PlaybackMonitor::Playing& playing);
 
     Dependencies m_deps;
     ClipboardMonitor m_clipboard;
@@ -224,4 +237,7 @@ private:
     bool m_regionOpen = false;
     bool m_recognitionMissingNoted = false;
     bool m_screenRecordingSeen = false;
+
+    std::unique_ptr<SystemActivityMonitor> m_activity;
+    std::unique_ptr<PlaybackMonitor> m_playback;
 };

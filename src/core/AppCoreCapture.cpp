@@ -68,6 +68,7 @@ void AppCore::makeCaptureSources() {
         *adapters->pointer, [this](quint64 pressTime) { m_selection->captureNow(pressTime); });
     m_hotKeys = std::make_unique<HotKeyCenter>(*adapters->hotKeys, m_deps.log);
     makePointerSources();
+    makeActivitySources();
 }
 
 void AppCore::wireCaptureSources() {

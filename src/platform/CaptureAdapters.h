@@ -10,8 +10,10 @@ class GlobalHotKeys;
 class GlobalPointerEvents;
 class KeySynthesizer;
 class PointerSampler;
+class PowerAssertions;
 class PrimarySelection;
 class ScreenText;
+class SystemActivityEvents;
 class SystemPermissions;
 
 // This OS's adapters for text capture. Needs the GUI application object; main thread only.
@@ -30,6 +32,10 @@ struct CaptureAdapters {
     std::unique_ptr<PointerSampler> pointerSampler;
     std::unique_ptr<AccessibleWordReader> words;
     std::unique_ptr<ScreenText> screenText;
+    // Screen lock, sleep and user switch, which pause every source; who keeps the display
+    // awake (video playing). Either may be missing: then nothing pauses, nothing plays.
+    std::unique_ptr<SystemActivityEvents> activity;
+    std::unique_ptr<PowerAssertions> powerAssertions;
 
     CaptureAdapters();
     CaptureAdapters(CaptureAdapters&&) noexcept;
