@@ -17,8 +17,10 @@
 #include "harness/ScriptedPermissions.h"
 #include "harness/ScriptedPointerEvents.h"
 #include "harness/ScriptedPointerSampler.h"
+#include "harness/ScriptedPowerAssertions.h"
 #include "harness/ScriptedPrimarySelection.h"
 #include "harness/ScriptedScreenText.h"
+#include "harness/ScriptedSystemActivity.h"
 #include "logs/EventLog.h"
 #include "lookup/LookupEngine.h"
 #include "lookup/UnsupportedTranslationEngine.h"
@@ -60,6 +62,8 @@ struct ScriptedCoordinator {
         adapters.pointerSampler.reset(sampler = new ScriptedPointerSampler);
         adapters.words.reset(words = new ScriptedAccessibleWords);
         adapters.screenText.reset(screen = new ScriptedScreenText);
+        adapters.activity.reset(activity = new ScriptedSystemActivity);
+        adapters.powerAssertions.reset(assertions = new ScriptedPowerAssertions);
     }
 
     void startCore() {
@@ -82,6 +86,7 @@ struct ScriptedCoordinator {
             .timers = &timers,
             .regionPicker = &picker,
             .steadySeconds = [this] { return timers.now().count() / 1000.0; },
+            .ownPid = ownPid,
         });
         core->start();
     }
@@ -130,5 +135,8 @@ struct ScriptedCoordinator {
     ScriptedPointerSampler* sampler;
     ScriptedAccessibleWords* words;
     ScriptedScreenText* screen;
+    ScriptedSystemActivity* activity;
+    ScriptedPowerAssertions* assertions;
+    qint32 ownPid = 7;
     std::unique_ptr<AppCore> core;
 };

@@ -6,12 +6,14 @@
 class ScriptedPointerEvents final : public GlobalPointerEvents {
 public:
     bool start(Handler handler) override {
+        ++m_starts;
         m_handler = std::move(handler);
         return m_available;
     }
     void stop() override { m_handler = nullptr; }
 
     bool isRunning() const { return static_cast<bool>(m_handler); }
+    int starts() const { return m_starts; }
     // As on a display server without global events.
     void setAvailable(bool available) { m_available = available; }
 
@@ -37,6 +39,7 @@ public:
 
 private:
     Handler m_handler;
+    int m_starts = 0;
     bool m_available = true;
     quint64 m_serverTime = 1000;
 };

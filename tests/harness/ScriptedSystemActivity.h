@@ -10,6 +10,8 @@ class ScriptedSystemActivity final : public SystemActivityEvents {
 public:
     // Announced as unavailable when listening starts.
     QStringList missing;
+    // Conditions that already hold, announced as beginning when listening starts.
+    QList<PauseReason> holding;
 
     void start(Listener listener) override {
         m_listener = std::move(listener);
@@ -17,6 +19,8 @@ public:
         for (const QString& line : missing)
             if (m_listener.unavailable)
                 m_listener.unavailable(line);
+        for (PauseReason reason : holding)
+            announce(reason, true);
     }
     void stop() override { m_running = false; }
 
