@@ -14,6 +14,7 @@
 #include "platform/linux/capture/XcbSelectionTransfer.h"
 #include "platform/linux/screen/TesseractScreenText.h"
 #include "platform/linux/screen/XcbScreenGrabber.h"
+#include "platform/linux/session/LinuxSystemActivity.h"
 
 #include <QGuiApplication>
 #include <QStyleHints>
@@ -59,5 +60,6 @@ CaptureAdapters makeCaptureAdapters() {
     adapters.words = std::make_unique<AtspiWordReader>(
         [windows = &x11.windowAtPoint](QPointF point) { return windows->processAt(point); });
     adapters.screenText = std::make_unique<TesseractScreenText>(XcbScreenGrabber::factory());
+    adapters.activity = std::make_unique<LinuxSystemActivity>();
     return adapters;
 }
