@@ -39,8 +39,10 @@ void AppCore::makeActivitySources() {
             m_deps.log.append(EventLog::Kind::trigger, u"取词已恢复"_s);
             setSystemPaused(false);
         };
+        // Not an error: a desktop without a screen saver, or a machine without logind, is
+        // ordinary; the line says what the program cannot know there.
         m_activity->onUnavailable = [this](const QString& line) {
-            m_deps.log.append(EventLog::Kind::error, line);
+            m_deps.log.append(EventLog::Kind::trigger, line);
         };
     }
     if (adapters->powerAssertions) {

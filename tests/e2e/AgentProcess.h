@@ -116,13 +116,6 @@ inline QRegularExpression startingWith(const QString& text) {
     return QRegularExpression(QStringLiteral("^") + QRegularExpression::escape(text));
 }
 
-// An error the test did not bring about: the private desktop runs no login manager or screen
-// saver unless a test starts one, which the agent notes once as it starts.
-inline bool isUnexpectedError(const QString& line) {
-    return line.startsWith(QStringLiteral("[错误]")) &&
-           !line.startsWith(QStringLiteral("[错误] 系统状态｜"));
-}
-
 // The lines as one text, for a failure message.
 inline std::string text(const QStringList& lines) {
     return lines.join(u'\n').toStdString();
