@@ -100,7 +100,7 @@ TEST_F(AgentSelectionTest, DragsAndDoubleClicksAreLookedUpThroughAccessibility) 
     // A plain click and a drag of 4 pixels select nothing to look up; the drag after them is
     // the only capture.
     agent.advanceClock(61);
-    qsizetype mark = agent.mark();
+    const qsizetype mark = agent.mark();
     ASSERT_TRUE(xdotool(u"mousemove %1 %2 click 1"_s.arg(x + 120).arg(y + 14)));
     dragAcrossLine(4);
     dragAcrossLine(200);
@@ -109,23 +109,6 @@ TEST_F(AgentSelectionTest, DragsAndDoubleClicksAreLookedUpThroughAccessibility) 
     ASSERT_TRUE(drag) << text(agent.linesSince(mark));
     EXPECT_TRUE(drag->contains(u"in another language"_s)) << drag->toStdString();
     EXPECT_EQ(selectionLines(mark).size(), 1) << text(agent.linesSince(mark));
-
-    // Two selections within 0.6 s are one capture: the second is not read, then or later.
-    agent.advanceClock(61);
-    mark = agent.mark();
-    doubleClickReading();
-    ASSERT_TRUE(
-        xdotool(u"mousemove %1 %2 click --repeat 2 --delay 80 1"_s.arg(x + 120).arg(y + 14)));
-    ASSERT_TRUE(agent.waitForLine(exactly(u"[触发] 划词｜text-window｜直接读取｜Reading"_s),
-                                  AgentProcess::lineTimeoutMs, mark))
-        << text(agent.linesSince(mark));
-    agent.advanceClock(61);
-    const qsizetype again = agent.mark();
-    doubleClickReading();
-    ASSERT_TRUE(agent.waitForLine(exactly(u"[触发] 划词｜text-window｜直接读取｜Reading"_s),
-                                  AgentProcess::lineTimeoutMs, again))
-        << text(agent.linesSince(mark));
-    EXPECT_EQ(selectionLines(mark).size(), 2) << text(agent.linesSince(mark));
 }
 
 TEST_F(AgentSelectionTest, PasswordFieldsAndPasswordManagersAreNeverRead) {
@@ -179,7 +162,7 @@ TEST_F(AgentSelectionTest, WithoutAccessibilityTheCopyReadsItAndTheClipboardCome
     EXPECT_TRUE(stillRunning(owner));
 }
 
-TEST_F(AgentSelectionTest, TheHotKeyLooksUpTheSelectionAndCanBeRebound) {
+TEST_F(AgentSelectionTest, TheHotKeyLooksUpTheSelectionAndCanBeChanged) {
     // Ctrl+Alt+Super+D held by another program first.
     ForeignKeyGrab holder;
     ASSERT_TRUE(holder.grab(HotKeySpec::defaultLookup().keyCode,
@@ -190,34 +173,17 @@ TEST_F(AgentSelectionTest, TheHotKeyLooksUpTheSelectionAndCanBeRebound) {
         << text(agent.lines());
 
     openWindow();
-    const auto settings = [this](const QString& value) {
-        const QuilletProcess::Run set =
-            QuilletProcess::run({u"settings"_s, u"set"_s, u"trigger.hotKey"_s, value},
-                                QuilletProcess::environmentWithHome(agent.home()));
-        EXPECT_EQ(set.exitCode, 0) << set.err.toStdString();
-    };
-    settings(u"{\"keyCode\":7,\"modifiers\":6144}"_s); // Ctrl+Alt+X
+    // Ctrl+Alt+X instead, from the command line.
+    const QuilletProcess::Run set = QuilletProcess::run(
+        {u"settings"_s, u"set"_s, u"trigger.hotKey"_s, u"{\"keyCode\":7,\"modifiers\":6144}"_s},
+        QuilletProcess::environmentWithHome(agent.home()));
+    ASSERT_EQ(set.exitCode, 0) << set.err.toStdString();
     ASSERT_TRUE(agent.waitForLine(exactly(u"[触发] 快捷键 Ctrl+Alt+X 已就绪（快捷键查询）"_s)))
         << text(agent.lines());
     ASSERT_TRUE(window.command(u"select 4 9"_s));
     pressHotKey(u"ctrl+alt+x"_s);
     ASSERT_TRUE(agent.waitForLine(exactly(u"[触发] 快捷键｜text-window｜直接读取｜quick"_s)))
         << text(agent.lines());
-
-    // Unbound, the keys do nothing; bound again, they look up once per press.
-    settings(u"none"_s);
-    agent.advanceClock(61);
-    qsizetype mark = agent.mark();
-    ASSERT_TRUE(window.command(u"select 10 15"_s));
-    pressHotKey(u"ctrl+alt+x"_s);
-    settings(u"{\"keyCode\":7,\"modifiers\":6144}"_s);
-    ASSERT_TRUE(agent.waitForLine(exactly(u"[触发] 快捷键 Ctrl+Alt+X 已就绪（快捷键查询）"_s),
-                                  AgentProcess::lineTimeoutMs, mark))
-        << text(agent.linesSince(mark));
-    pressHotKey(u"ctrl+alt+x"_s);
-    ASSERT_TRUE(agent.waitForLine(exactly(u"[触发] 快捷键｜text-window｜直接读取｜brown"_s),
-                                  AgentProcess::lineTimeoutMs, mark));
-    EXPECT_EQ(selectionLines(mark).size(), 1) << text(agent.linesSince(mark));
 }
 
 } // namespace
