@@ -10,7 +10,6 @@
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
 #include <QElapsedTimer>
-#include <QProcess>
 #include <QTest>
 #include <QTimer>
 #include <csignal>
@@ -133,21 +132,6 @@ TEST_F(AtspiReaderDesktop, BrokenTextNeitherCrashesNorHangs) {
     ASSERT_TRUE(window.command(u"fill 200"_s));
     ASSERT_TRUE(window.command(u"select 4 9"_s));
     EXPECT_EQ(textOnceRead(), u"quick"_s);
-}
-
-TEST_F(AtspiReaderDesktop, ADragWithTheMouseIsRead) {
-    const int x = 60;
-    const int y = 30;
-    QProcess drag;
-    drag.start(u"xdotool"_s, {u"mousemove"_s, u"--window"_s, QString::number(window.windowId()),
-                              QString::number(x), QString::number(y), u"mousedown"_s, u"1"_s,
-                              u"mousemove"_s, u"--window"_s, QString::number(window.windowId()),
-                              QString::number(x + 200), QString::number(y), u"mouseup"_s, u"1"_s});
-    ASSERT_TRUE(drag.waitForFinished(5000));
-    ASSERT_EQ(drag.exitCode(), 0);
-    const QString text = textOnceRead();
-    EXPECT_FALSE(text.isEmpty());
-    EXPECT_TRUE(TextWindow::initialText().contains(text)) << text.toStdString();
 }
 
 // The launcher quitting takes the accessibility bus with it.

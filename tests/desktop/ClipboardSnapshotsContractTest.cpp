@@ -1,12 +1,11 @@
 // What the simulated copy relies on from clipboard snapshots: everything put back byte for
 // byte. Checked against the scripted fake the unit tests use and against the X11 adapter,
 // with other programs owning the clipboard and xclip reading it as a third program would.
-#include "RunningTask.h"
-#include "SelectionReaders.h"
 #include "X11TestInput.h"
 #include "harness/ForeignClipboard.h"
 #include "harness/ManualTimers.h"
 #include "harness/QtPrinters.h"
+#include "harness/RunningTask.h"
 #include "harness/ScriptedClipboardSnapshots.h"
 #include "platform/linux/capture/XcbClipboardSnapshots.h"
 #include "platform/linux/capture/XcbEventConnection.h"

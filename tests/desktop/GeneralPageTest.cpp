@@ -1,10 +1,10 @@
 // The 「通用」 page driven through its widgets on a real X server: each setting reaches the
 // settings file and comes back from it, switches without their grant are refused, and the
 // lookup hot key's recorder against real X key grabs.
-#include "ForeignKeyGrab.h"
 #include "SettingsPagesFixture.h"
 #include "X11TestInput.h"
 #include "capture/HotKeyCenter.h"
+#include "harness/ForeignKeyGrab.h"
 #include "platform/linux/capture/XcbHotKeys.h"
 
 #include <QCheckBox>

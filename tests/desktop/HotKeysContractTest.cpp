@@ -1,7 +1,7 @@
 // What the hot-key center relies on from global key combinations, checked against the
 // scripted fake the unit tests use and against the X11 key grabs on a real X server.
-#include "ForeignKeyGrab.h"
 #include "X11TestInput.h"
+#include "harness/ForeignKeyGrab.h"
 #include "harness/ScriptedHotKeys.h"
 #include "keys/MacKeyCodes.h"
 #include "platform/linux/capture/XcbHotKeys.h"

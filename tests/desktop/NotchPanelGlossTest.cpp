@@ -41,21 +41,6 @@ QStringList visibleTexts(NotchPanel& panel) {
     return texts;
 }
 
-// A gloss of `words` plain-glossed words ("word0 word1 …"), for long texts.
-LookupResult glossOfWords(int words) {
-    Gloss gloss;
-    for (int i = 0; i < words; ++i) {
-        if (i > 0)
-            gloss.pieces.append(plain(u" "_s));
-        gloss.pieces.append(glossed(u"reading%1"_s.arg(i), u"reading"_s, {u"阅读"_s}));
-    }
-    gloss.pieces.append(plain(u"."_s));
-    QString text;
-    for (const GlossPiece& piece : gloss.pieces)
-        text += piece.text;
-    return LookupResult::glossed(text, gloss, std::nullopt);
-}
-
 class NotchPanelGloss : public testing::Test {
 protected:
     NotchPanelGloss() : panel(fastTimings()) { panel.setActions(recorder.actions()); }
@@ -159,17 +144,6 @@ TEST_F(NotchPanelGloss, WrapsToThePanelAndFitsItsHeight) {
         lastBottom = std::max(lastBottom, piece->mapTo(scroll(), QPoint(0, piece->height())).y());
     EXPECT_LE(lastBottom, scroll()->height());
     EXPECT_GE(lastBottom, scroll()->height() - 4);
-}
-
-TEST_F(NotchPanelGloss, ASixtyWordSentenceScrollsInsideABoundedPanel) {
-    showAndSettle(glossOfWords(60));
-    EXPECT_GT(scroll()->verticalScrollBar()->maximum(), 0);
-    EXPECT_LE(panel.window()->height(), 500);
-    QWidget* actions = button(panel, u"copyButton"_s)->parentWidget();
-    const QRect body(scroll()->mapTo(panel.window(), QPoint()), scroll()->size());
-    EXPECT_GE(actions->mapTo(panel.window(), QPoint()).y(), body.bottom());
-    EXPECT_TRUE(panel.window()->rect().contains(
-        QRect(actions->mapTo(panel.window(), QPoint()), actions->size())));
 }
 
 // Fixed-size stand-ins for pieces, so line breaks fall at known places.

@@ -66,7 +66,8 @@ TEST(NotchPanelLongContent, ScrollsInsideABoundedPanel) {
     const QString paragraph =
         QStringList(60, u"The quick brown fox jumps over the lazy dog."_s).join(u' ');
     for (const LookupResult& result :
-         {longEntry(), LookupResult::translated(paragraph, paragraph, std::nullopt)}) {
+         {longEntry(), LookupResult::translated(paragraph, paragraph, std::nullopt),
+          glossOfWords(60)}) {
         NotchPanel panel(fastTimings());
         ASSERT_TRUE(panel.show(result, true));
         const Layout parts = layoutOf(panel);

@@ -1,8 +1,8 @@
 #include "PanelFixtures.h"
+#include "harness/XClients.h"
 
 #include <QApplication>
 #include <QGuiApplication>
-#include <QProcess>
 #include <QScreen>
 #include <QStandardPaths>
 #include <gtest/gtest.h>
@@ -11,11 +11,6 @@ using namespace PanelFixtures;
 using State = NotchPanel::State;
 
 namespace {
-
-// The real pointer, moved by the X server's test extension as a user's mouse would be.
-bool xdotool(const QStringList& arguments) {
-    return QProcess::execute(u"xdotool"_s, arguments) == 0;
-}
 
 class NotchPanelWindow : public testing::Test {
 protected:

@@ -94,6 +94,21 @@ inline LookupResult glossResult() {
     return LookupResult::glossed(text, gloss, std::nullopt);
 }
 
+// A gloss of `words` plain-glossed words ("reading0 reading1 …"), for long texts.
+inline LookupResult glossOfWords(int words) {
+    Gloss gloss;
+    for (int i = 0; i < words; ++i) {
+        if (i > 0)
+            gloss.pieces.append(plain(u" "_s));
+        gloss.pieces.append(glossed(u"reading%1"_s.arg(i), u"reading"_s, {u"阅读"_s}));
+    }
+    gloss.pieces.append(plain(u"."_s));
+    QString text;
+    for (const GlossPiece& piece : gloss.pieces)
+        text += piece.text;
+    return LookupResult::glossed(text, gloss, std::nullopt);
+}
+
 // Every call the panel makes through its actions, in order.
 struct Recorder {
     QStringList copied, spoken, opened, starToggles, sourceRequests, downloads;

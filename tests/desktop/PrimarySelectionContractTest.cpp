@@ -1,12 +1,11 @@
 // What selection capture relies on from the desktop's PRIMARY selection, checked against the
 // scripted fake the unit tests use and against the X11 adapter with xclip as the selecting
 // program.
-#include "RunningTask.h"
-#include "SelectionReaders.h"
 #include "X11TestInput.h"
 #include "harness/ForeignClipboard.h"
 #include "harness/ManualTimers.h"
 #include "harness/QtPrinters.h"
+#include "harness/RunningTask.h"
 #include "harness/ScriptedPrimarySelection.h"
 #include "platform/linux/capture/XcbEventConnection.h"
 #include "platform/linux/capture/XcbPrimarySelection.h"

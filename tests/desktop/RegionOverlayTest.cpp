@@ -1,8 +1,8 @@
 #include "ui/RegionOverlay.h"
 
-#include "RunningTask.h"
 #include "X11TestInput.h"
 #include "harness/QtPrinters.h"
+#include "harness/RunningTask.h"
 #include "ui/RegionOverlayWindow.h"
 
 #include <QApplication>

@@ -1,7 +1,7 @@
 // The X screen grab on a real X server: what a window shows comes back pixel for pixel, and
 // read by the recognition path, as text.
 #include "RenderedText.h"
-#include "RunningTask.h"
+#include "harness/RunningTask.h"
 #include "platform/linux/screen/TesseractScreenText.h"
 #include "platform/linux/screen/XcbScreenGrabber.h"
 

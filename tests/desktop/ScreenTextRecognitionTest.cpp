@@ -1,7 +1,7 @@
 // Reading text off rendered screens through the whole recognition path: the worker thread,
 // the image preparation and Tesseract, with the screen's pixels drawn by the test.
 #include "RenderedText.h"
-#include "RunningTask.h"
+#include "harness/RunningTask.h"
 #include "platform/linux/screen/TesseractScreenText.h"
 
 #include <QPainter>

@@ -12,7 +12,6 @@
 #include <QPointer>
 #include <QProgressBar>
 #include <QPushButton>
-#include <QTcpServer>
 #include <QTemporaryDir>
 #include <QTest>
 #include <algorithm>
@@ -35,13 +34,6 @@ LocalModelTranslationEngine::Timing testTiming(ManualTimers& timers) {
             .noticeWhenUnloaded = 1h,
             .noticeWhenUnknown = 1h,
             .timers = &timers};
-}
-
-// An address on which nothing listens.
-QString closedEndpoint() {
-    QTcpServer probe;
-    probe.listen(QHostAddress::LocalHost, 0);
-    return u"http://127.0.0.1:%1"_s.arg(probe.serverPort());
 }
 
 class TranslationSectionTest : public testing::Test {
@@ -129,7 +121,7 @@ TEST_F(TranslationSectionTest, StatusFollowsWhatTheServerSays) {
     expectStatus(u"模型未下载"_s);
     EXPECT_TRUE(visible(u"downloadButton"_s));
 
-    type(u"endpointField"_s, closedEndpoint());
+    type(u"endpointField"_s, FakeModelServer::closedEndpoint());
     expectStatus(u"连不上翻译服务"_s);
     EXPECT_TRUE(hint().contains(u"ollama serve"_s)) << hint().toStdString();
     EXPECT_FALSE(visible(u"downloadButton"_s));
@@ -169,7 +161,7 @@ TEST_F(TranslationSectionTest, RefusedValuesAreNotStored) {
     }
 
     // A good address clears the message and is kept as the settings normalise it.
-    const QString other = closedEndpoint();
+    const QString other = FakeModelServer::closedEndpoint();
     type(u"endpointField"_s, other + u"/"_s);
     EXPECT_FALSE(visible(u"endpointProblem"_s));
     EXPECT_EQ(storedEndpoint(), other);

@@ -1,16 +1,10 @@
 #include "AgentProcess.h"
 #include "filter/RejectReason.h"
-#include "harness/FakeModelServer.h"
 #include "harness/ForeignClipboard.h"
 #include "harness/QuilletProcess.h"
 #include "harness/StoredSettings.h"
-#include "settings/TranslationSettings.h"
 
-#include <QDeadlineTimer>
-#include <QDir>
 #include <QFile>
-#include <QJsonArray>
-#include <QJsonDocument>
 #include <gtest/gtest.h>
 
 using namespace Qt::StringLiterals;
@@ -30,22 +24,6 @@ protected:
             << text(agent.lines());
     }
 
-    // A model server in this process; the agent is pointed at it.
-    AgentProcess::Options withModelServer(bool modelInstalled) {
-        if (modelInstalled)
-            server.installed = {TranslationSettings::defaultModel};
-        EXPECT_TRUE(server.listen());
-        AgentProcess::Options options;
-        options.defaults.insert(u"translation.endpoint"_s, server.endpoint());
-        return options;
-    }
-
-    void waitForServer(const QByteArray& path) {
-        const QDeadlineTimer deadline(5000);
-        while (!server.paths().contains(path) && !deadline.hasExpired())
-            agent.drain(50);
-    }
-
     QString copy(const QString& content) {
         EXPECT_TRUE(clipboard.copy(content.toUtf8()));
         return content;
@@ -57,7 +35,6 @@ protected:
 
     AgentProcess agent;
     ForeignClipboard clipboard;
-    FakeModelServer server;
 };
 
 TEST_F(AgentClipboardTest, CopiedWordIsAnsweredRecordedAndAMinuteLaterLookedUpAgain) {
@@ -130,43 +107,6 @@ TEST_F(AgentClipboardTest, RefusedCopiesAreLoggedAndShowNothing) {
     EXPECT_TRUE(disk.contains(u"密码管理器来源"_s)) << disk.toStdString();
     EXPECT_FALSE(disk.contains(u"horse"_s) || disk.contains(u"getUserAccountBalance"_s))
         << disk.toStdString();
-}
-
-TEST_F(AgentClipboardTest, LaterCopySupersedesASlowTranslation) {
-    AgentProcess::Options options = withModelServer(true);
-    server.routes.insert("/api/chat", {.delay = 1500ms});
-    startAgent(options);
-    waitForServer("/api/tags");
-
-    copy(u"This sentence takes the model a while."_s);
-    ASSERT_TRUE(agent.waitForLine(startingWith(u"[触发] 复制查词｜句子｜"_s)));
-    ASSERT_TRUE(Desktop::waitForPanelState(startingWith(u"Quillet 面板｜loading"_s)));
-    copy(u"river"_s);
-    ASSERT_TRUE(agent.waitForLine(startingWith(u"[结果] 词典｜river"_s))) << text(agent.lines());
-    // Past the moment the first answer would have come.
-    agent.drain(2500);
-    EXPECT_TRUE(Desktop::panelState()->startsWith(u"Quillet 面板｜result｜river"_s));
-    for (const QString& line : agent.lines()) {
-        EXPECT_FALSE(line.startsWith(u"[结果] 翻译｜"_s)) << line.toStdString();
-        EXPECT_FALSE(line.startsWith(u"[错误]"_s)) << line.toStdString();
-    }
-}
-
-TEST_F(AgentClipboardTest, MissingModelAsksOnceThenSentencesFailWithTheModelMessage) {
-    startAgent(withModelServer(false));
-    waitForServer("/api/tags");
-
-    copy(u"Please translate this sentence."_s);
-    ASSERT_TRUE(agent.waitForLine(exactly(u"[拦截] 整句｜语言包未下载，已询问"_s)))
-        << text(agent.lines());
-    EXPECT_TRUE(Desktop::waitForPanelState(startingWith(u"Quillet 面板｜languagePack"_s)));
-    EXPECT_FALSE(server.paths().contains("/api/chat"));
-
-    copy(u"And now another sentence."_s);
-    EXPECT_TRUE(Desktop::waitForPanelState(
-        QRegularExpression(u"^Quillet 面板｜failure｜.*整句翻译需要本地翻译模型"_s)))
-        << Desktop::panelState().value_or(QString()).toStdString();
-    EXPECT_EQ(agent.lines().filter(u"语言包未下载"_s).size(), 1);
 }
 
 TEST_F(AgentClipboardTest, WithoutATranslationServerACopiedSentenceShowsItsGloss) {

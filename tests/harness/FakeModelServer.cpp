@@ -87,6 +87,12 @@ QString FakeModelServer::endpoint() const {
     return u"http://127.0.0.1:%1"_s.arg(port());
 }
 
+QString FakeModelServer::closedEndpoint() {
+    QTcpServer probe; // the port is free again when the probe goes
+    probe.listen(QHostAddress::LocalHost, 0);
+    return u"http://127.0.0.1:%1"_s.arg(probe.serverPort());
+}
+
 QList<QByteArray> FakeModelServer::paths() const {
     QList<QByteArray> paths;
     for (const Request& request : requests)
@@ -119,7 +125,6 @@ void FakeModelServer::accept() {
             m_buffers.remove(socket);
             ++m_closed;
             socket->deleteLater();
-            Q_EMIT connectionClosed();
         });
     }
 }

@@ -54,6 +54,8 @@ public:
     bool listen();
     quint16 port() const { return m_server.serverPort(); }
     QString endpoint() const;
+    // An address on 127.0.0.1 on which nothing listens: no server at all.
+    static QString closedEndpoint();
 
     // The script. Model names are compared as given.
     QStringList installed;
@@ -79,9 +81,6 @@ public:
     // Answers every held request now, as its route says apart from the holding.
     void release();
     int heldCount() const { return int(m_held.size()); }
-
-Q_SIGNALS:
-    void connectionClosed();
 
 private:
     struct Connection;

@@ -52,11 +52,6 @@ public:
             if (it->second == Combination{keyCode, modifiers} && m_handler)
                 m_handler(it->first, it.key());
     }
-    // A press that carries another program's signature.
-    void pressForeign(quint32 signature, quint32 id) {
-        if (m_handler)
-            m_handler(signature, id);
-    }
     bool isRegistered(quint32 id) const { return m_registered.contains(id); }
     int registrations() const { return int(m_registered.size()); }
     int adds() const { return m_adds; }

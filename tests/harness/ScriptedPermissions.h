@@ -9,12 +9,9 @@
 class ScriptedPermissions final : public SystemPermissions {
 public:
     bool isGranted(Kind kind) const override { return m_granted.contains(kind); }
-    void refresh() override { ++m_refreshes; }
+    void refresh() override {}
     void request(Kind kind) override { requests.append(kind); }
-    bool openSettingsPane(Kind kind) override {
-        panesOpened.append(kind);
-        return hasSettingsPanes;
-    }
+    bool openSettingsPane(Kind) override { return false; }
     bool isSandboxed() const override { return sandboxed; }
     void setChangeHandler(std::function<void()> handler) override {
         m_handler = std::move(handler);
@@ -31,15 +28,11 @@ public:
         if (m_handler)
             m_handler();
     }
-    int refreshes() const { return m_refreshes; }
 
     QList<Kind> requests;
-    QList<Kind> panesOpened;
-    bool hasSettingsPanes = false;
     bool sandboxed = false;
 
 private:
     QSet<Kind> m_granted;
     std::function<void()> m_handler;
-    int m_refreshes = 0;
 };

@@ -7,7 +7,7 @@
 #include <optional>
 
 // A screen whose text the test lays out. A read answers the words inside the area; a test can
-// hold reads back (`holdReads`) and let them finish later, to act while recognition runs.
+// act while it runs (`beforeAnswer`).
 class ScriptedScreenText final : public ScreenText {
 public:
     QList<Word> words;

@@ -16,8 +16,6 @@
 //         fill COUNT         the text view holds COUNT characters of English text
 //         garbage COUNT SEED the text view holds COUNT random UTF-16 code units, NULs,
 //                            control characters and lone surrogates among them
-//         show WORD          the text view focused, holding WORD alone, nothing selected;
-//                            answers "ok X Y", the word's middle on the screen
 //         locate [page|field] START END
 //                            answers "ok X Y", the middle of that range of the read-only
 //                            page's text (the text view's first text, in a layout that
@@ -149,21 +147,6 @@ public:
                 text += englishText;
             text.truncate(count);
             view->setPlainText(text);
-            return true;
-        }
-        if (command == "show" && words.size() == 2) {
-            view->setPlainText(QString::fromUtf8(words[1]));
-            view->setFocus();
-            QTextCursor cursor = view->textCursor();
-            cursor.setPosition(0);
-            const QRect start = view->cursorRect(cursor);
-            cursor.setPosition(int(words[1].size()));
-            const QRect end = view->cursorRect(cursor);
-            cursor.clearSelection();
-            view->setTextCursor(cursor);
-            const QPoint middle = view->viewport()->mapToGlobal(
-                QPoint((start.left() + end.left()) / 2, start.center().y()));
-            reply = " " + QByteArray::number(middle.x()) + " " + QByteArray::number(middle.y());
             return true;
         }
         if (command == "locate")

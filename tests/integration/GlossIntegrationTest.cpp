@@ -3,6 +3,7 @@
 
 #include "dictionary/BundledDictionary.h"
 #include "dictionary/PhraseBook.h"
+#include "harness/FakeModelServer.h"
 #include "harness/QuilletProcess.h"
 #include "lookup/Glosser.h"
 #include "settings/AppPaths.h"
@@ -11,7 +12,6 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QTcpServer>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
@@ -47,37 +47,24 @@ protected:
 TEST_F(GlossIntegrationTest, FindsCommonPhrasesAsWrittenAndInflected) {
     const std::pair<QString, QString> cases[] = {
         {u"give up"_s, u"give up"_s},
-        {u"gave up"_s, u"give up"_s},
         {u"look forward to"_s, u"look forward to"_s},
         {u"ice creams"_s, u"ice cream"_s},
-        {u"took off"_s, u"take off"_s},
-        {u"in spite of"_s, u"in spite of"_s},
         {u"as well as"_s, u"as well as"_s},
         {u"a lot of"_s, u"a lot of"_s},
         {u"kicked the bucket"_s, u"kick the bucket"_s},
         {u"by the way"_s, u"by the way"_s},
         {u"carry out"_s, u"carry out"_s},
         {u"got rid of"_s, u"get rid of"_s},
-        {u"made up his mind"_s, u"make up one's mind"_s},
-        {u"on the other hand"_s, u"on the other hand"_s},
-        {u"at least"_s, u"at least"_s},
         {u"for example"_s, u"for example"_s},
         {u"in order to"_s, u"in order to"_s},
         {u"as soon as"_s, u"as soon as"_s},
-        {u"set up"_s, u"set up"_s},
         {u"figure out"_s, u"figure out"_s},
-        {u"ran out of"_s, u"run out of"_s},
-        {u"turn off"_s, u"turn off"_s},
-        {u"point of view"_s, u"point of view"_s},
-        {u"New York"_s, u"new york"_s},
         {u"of course"_s, u"of course"_s},
         {u"take care of"_s, u"take care of"_s},
         {u"pay attention to"_s, u"pay attention to"_s},
         {u"Paid attention to"_s, u"pay attention to"_s},
-        {u"come up with"_s, u"come up with"_s},
         {u"came across"_s, u"come across"_s},
         {u"instead of"_s, u"instead of"_s},
-        {u"according to"_s, u"according to"_s},
         {u"at the same time"_s, u"at the same time"_s},
         {u"as a result"_s, u"as a result"_s},
         {u"washing machines"_s, u"washing machine"_s},
@@ -119,15 +106,10 @@ TEST_F(GlossIntegrationTest, GlossesRealSentencesPhraseByPhrase) {
 }
 
 TEST_F(GlossIntegrationTest, CommandLineAnswersASentenceWithTheGlossWhenNoServerRuns) {
-    // A port nobody listens on: the model server is simply not there.
-    QTcpServer closed;
-    ASSERT_TRUE(closed.listen(QHostAddress::LocalHost));
-    const quint16 port = closed.serverPort();
-    closed.close();
     const QTemporaryDir home;
     const QProcessEnvironment environment = QuilletProcess::environmentWithHome(home.path());
-    const QString endpoint = u"http://127.0.0.1:%1"_s.arg(port);
-    ASSERT_EQ(QuilletProcess::run({u"settings"_s, u"set"_s, u"translation.endpoint"_s, endpoint},
+    ASSERT_EQ(QuilletProcess::run({u"settings"_s, u"set"_s, u"translation.endpoint"_s,
+                                   FakeModelServer::closedEndpoint()},
                                   environment)
                   .exitCode,
               0);

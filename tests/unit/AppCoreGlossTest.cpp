@@ -1,12 +1,13 @@
 // The coordinator with the translator chain the programs build, when no model server answers.
 
 #include "core/AppCore.h"
-#include "core/LookupPresenter.h"
 #include "dictionary/BundledDictionary.h"
 #include "dictionary/PhraseBook.h"
 #include "dictionary/WordSourceCatalog.h"
+#include "harness/FakeModelServer.h"
 #include "harness/FixtureDatabase.h"
 #include "harness/ManualTimers.h"
+#include "harness/RecordingPresenter.h"
 #include "harness/ScriptedPasteboard.h"
 #include "logs/EventLog.h"
 #include "lookup/GlossFallbackTranslationEngine.h"
@@ -20,7 +21,6 @@
 #include "settings/TranslationSettings.h"
 #include "settings/TriggerSettings.h"
 
-#include <QTcpServer>
 #include <QTemporaryDir>
 #include <QTest>
 #include <gtest/gtest.h>
@@ -29,44 +29,10 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-class ShownResults final : public LookupPresenter {
-public:
-    QList<LookupResult> shown;
-    QStringList failures;
-    int needsLanguagePack = 0;
-    Actions actions;
-    std::optional<QString> loading;
-
-    void setActions(Actions a) override { actions = std::move(a); }
-    void showLoading(const QString& query, bool) override { loading = query; }
-    bool show(const LookupResult& result, bool) override {
-        loading.reset();
-        shown.append(result);
-        return true;
-    }
-    void showFailure(const QString& message, bool) override {
-        loading.reset();
-        failures.append(message);
-    }
-    void showNotice(const QString&) override {}
-    void showNeedsLanguagePack(const QString&, bool) override { ++needsLanguagePack; }
-    void showDownloadProgress(double) override {}
-    void expand(bool) override {}
-    void scheduleAutoHide() override {}
-    void collapse() override { loading.reset(); }
-    std::optional<QString> loadingQuery() const override { return loading; }
-};
-
-quint16 closedPort() {
-    QTcpServer probe;
-    probe.listen(QHostAddress::LocalHost);
-    return probe.serverPort(); // closed again when the probe goes
-}
-
 class AppCoreGlossTest : public testing::Test {
 protected:
     AppCoreGlossTest() {
-        settings.setEndpoint(QUrl(u"http://127.0.0.1:%1"_s.arg(closedPort())));
+        settings.setEndpoint(QUrl(FakeModelServer::closedEndpoint()));
         auto timing = LocalModelTranslationEngine::Timing::standard();
         timing.timers = &timers;
         translator = std::make_unique<GlossFallbackTranslationEngine>(
@@ -110,7 +76,7 @@ protected:
     PhraseBook phrases{database.path()};
     BundledOnlyCatalog catalog;
     ScriptedPasteboard pasteboard;
-    ShownResults presenter;
+    RecordingPresenter presenter;
     ManualTimers timers;
     std::unique_ptr<TranslationEngine> translator;
     std::optional<LookupEngine> engine;
@@ -122,11 +88,11 @@ protected:
 
 TEST_F(AppCoreGlossTest, ASentenceIsGlossedStarredAsASentenceAndExported) {
     lookUp(u"I gave up smoking."_s);
-    ASSERT_EQ(presenter.shown.size(), 1) << presenter.failures.join(u'\n').toStdString();
+    ASSERT_EQ(presenter.shown.size(), 1) << presenter.calls.join(u'\n').toStdString();
     const LookupResult& result = presenter.shown.front();
     EXPECT_TRUE(result.isGloss());
     EXPECT_EQ(result.translation, u"I 我；give up 放弃；smoking 吸烟"_s);
-    EXPECT_EQ(presenter.needsLanguagePack, 0);
+    EXPECT_TRUE(presenter.calls.filter(u"languagePack:"_s).isEmpty());
     EXPECT_TRUE(std::any_of(log.entries().begin(), log.entries().end(), [](const auto& entry) {
         return entry.text.startsWith(u"逐词释义｜"_s);
     }));

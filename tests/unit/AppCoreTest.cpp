@@ -1,12 +1,12 @@
 #include "core/AppCore.h"
 
-#include "core/LookupPresenter.h"
 #include "dictionary/BundledDictionary.h"
 #include "dictionary/WordSourceCatalog.h"
 #include "harness/FakeModelServer.h"
 #include "harness/FixtureDatabase.h"
 #include "harness/ManualTimers.h"
 #include "harness/QtPrinters.h"
+#include "harness/RecordingPresenter.h"
 #include "harness/ScriptedPasteboard.h"
 #include "logs/EventLog.h"
 #include "lookup/LookupEngine.h"
@@ -29,43 +29,13 @@ using namespace std::chrono_literals;
 
 namespace {
 
-// What the coordinator asked of the panel, in order. Like a real panel, anything shown
-// replaces the loading state.
-class RecordingPresenter final : public LookupPresenter {
-public:
-    QStringList calls;
-    std::optional<QString> loading;
-    QList<LookupResult> shown;
-    Actions actions;
-
-    bool add(const QString& call, const std::optional<QString>& nowLoading = {}) {
-        calls.append(call);
-        loading = nowLoading;
-        return true;
-    }
-    void setActions(Actions a) override { actions = std::move(a); }
-    void showLoading(const QString& query, bool) override { add(u"loading:"_s + query, query); }
-    bool show(const LookupResult& result, bool) override {
-        shown.append(result);
-        return add(u"show:"_s + result.term);
-    }
-    void showFailure(const QString& message, bool) override { add(u"failure:"_s + message); }
-    void showNotice(const QString& message) override { add(u"notice:"_s + message); }
-    void showRefusal(const QString& message) override { add(u"refusal:"_s + message); }
-    void showNeedsLanguagePack(const QString& q, bool) override { add(u"languagePack:"_s + q); }
-    void showDownloadProgress(double) override {}
-    void expand(bool) override {}
-    void scheduleAutoHide() override {}
-    void collapse() override { add(u"collapse"_s); }
-    std::optional<QString> loadingQuery() const override { return loading; }
-};
-
 class AppCoreTest : public testing::Test {
 protected:
     AppCoreTest() {
         server.installed = {TranslationSettings::defaultModel};
         EXPECT_TRUE(server.listen());
         translationSettings.setEndpoint(QUrl(server.endpoint()));
+        presenter.tracksLoading = true;
         core.start();
     }
 
@@ -206,7 +176,7 @@ TEST_F(AppCoreTest, RefusalsAreLoggedKeptForRetryingAndSecretsLeaveNoTrace) {
     copy(u"https://example.com/b"_s);
     core.retryLastRejection();
     settle();
-    EXPECT_EQ(presenter.calls.first(), u"loading:https://example.com/b"_s);
+    EXPECT_EQ(presenter.calls.first(), u"loading:https://example.com/b!"_s);
 
     // On demand, a refusal is shown: with the offer to look it up anyway only when kept.
     presenter.calls.clear();
@@ -246,7 +216,7 @@ TEST_F(AppCoreTest, CancelledLookupCollapsesOnlyItsOwnLoadingState) {
     core.run(u"Another slow sentence here."_s, false);
     // The panel still shows the first query's loading state (as when the second run was
     // never shown), so the first run's cancellation folds the panel, once.
-    presenter.loading = first;
+    presenter.setLoading(first);
     ASSERT_TRUE(QTest::qWaitFor([&] { return settled.size() == 1; }));
     EXPECT_EQ(settled[0][0].toString(), first);
     EXPECT_EQ(presenter.calls.count(u"collapse"_s), 1) << calls().toStdString();

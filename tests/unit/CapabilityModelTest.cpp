@@ -4,8 +4,8 @@
 #include "capture/PermissionCenter.h"
 #include "harness/ManualTimers.h"
 #include "harness/ScriptedPermissions.h"
+#include "harness/ScriptedTranslator.h"
 #include "logs/EventLog.h"
-#include "lookup/TranslationEngine.h"
 #include "platform/ScreenText.h"
 #include "settings/DefaultsStore.h"
 #include "settings/TriggerSettings.h"
@@ -21,25 +21,6 @@ namespace {
 using Id = Capability::Id;
 using Fix = Capability::Fix;
 using Kind = SystemPermissions::Kind;
-
-// A translator whose model comes and goes as the test says.
-class ScriptedTranslator final : public TranslationEngine {
-public:
-    TranslationAssetStatus status = TranslationAssetStatus::unsupported;
-
-    void become(TranslationAssetStatus next) {
-        status = next;
-        Q_EMIT assetStatusChanged(next);
-    }
-    TranslationAssetStatus assetStatus() const override { return status; }
-    QCoro::Task<TranslationOutcome> translate(QString, CancellationToken) override {
-        co_return TranslationFailure{u"翻译服务不可用"_s};
-    }
-    QCoro::Task<void> refreshAssetStatus() override { co_return; }
-    QCoro::Task<PreparationOutcome> prepareInteractively(CancellationToken) override {
-        co_return TranslationFailure{u"翻译服务不可用"_s};
-    }
-};
 
 class CapabilityModelTest : public testing::Test {
 protected:
@@ -62,6 +43,7 @@ protected:
 
     CapabilityModelTest() {
         system.set(Kind::screenRecording, true);
+        translator.status = TranslationAssetStatus::unsupported;
         system.setChangeHandler([this] { authorization.systemChanged(); });
     }
 

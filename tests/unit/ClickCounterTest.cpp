@@ -36,19 +36,11 @@ TEST_F(ClickCounterTest, aPressTooLateOrTooFarStartsAgain) {
     }
 }
 
-TEST_F(ClickCounterTest, theServerClockWrappingKeepsTheRun) {
+TEST_F(ClickCounterTest, theServerClockWrappingKeepsTheRunWhileGoingBackOrAResetEndsIt) {
     EXPECT_EQ(clicks.press(0xffffff00u, {10, 10}), 1);
     EXPECT_EQ(clicks.press(0x00000050u, {10, 10}), 2); // 336 ms later, past the wrap
-}
-
-TEST_F(ClickCounterTest, anEarlierTimeIsNoContinuation) {
     // A clock that went back (another server, a reset) must not read as a fast double click.
-    EXPECT_EQ(clicks.press(5000, {10, 10}), 1);
-    EXPECT_EQ(clicks.press(4990, {10, 10}), 1);
-}
-
-TEST_F(ClickCounterTest, resetMakesTheNextPressASingleClick) {
-    clicks.press(1000, {10, 10});
+    EXPECT_EQ(clicks.press(0x00000040u, {10, 10}), 1);
     clicks.reset();
-    EXPECT_EQ(clicks.press(1100, {10, 10}), 1);
+    EXPECT_EQ(clicks.press(0x00000100u, {10, 10}), 1);
 }

@@ -1,5 +1,7 @@
 #include "lookup/GlossFallbackTranslationEngine.h"
 
+#include "harness/ScriptedTranslator.h"
+
 #include <QSignalSpy>
 #include <gtest/gtest.h>
 
@@ -7,31 +9,11 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// A translator whose state and answer the test sets; counts what it is asked.
-class ScriptedEngine final : public TranslationEngine {
-public:
-    TranslationAssetStatus status = TranslationAssetStatus::installed;
-    TranslationOutcome answer = TranslationFailure{u"翻译服务不可用"_s};
-    int asked = 0;
-
-    TranslationAssetStatus assetStatus() const override { return status; }
-    QCoro::Task<TranslationOutcome> translate(QString, CancellationToken token) override {
-        ++asked;
-        if (token.isCancelled())
-            co_return Cancelled{};
-        co_return answer;
-    }
-    QCoro::Task<void> refreshAssetStatus() override { co_return; }
-    QCoro::Task<PreparationOutcome> prepareInteractively(CancellationToken) override {
-        co_return TranslationFailure{u"准备失败"_s};
-    }
-};
-
 class GlossFallbackTest : public testing::Test {
 protected:
     GlossFallbackTest() {
-        auto ownedTranslator = std::make_unique<ScriptedEngine>();
-        auto ownedGloss = std::make_unique<ScriptedEngine>();
+        auto ownedTranslator = std::make_unique<ScriptedTranslator>();
+        auto ownedGloss = std::make_unique<ScriptedTranslator>();
         translator = ownedTranslator.get();
         gloss = ownedGloss.get();
         gloss->answer = Gloss{{{.text = u"water"_s, .headword = u"water"_s, .senses = {u"水"_s}}}};
@@ -43,8 +25,8 @@ protected:
         return QCoro::waitFor(chain->translate(u"water."_s, token));
     }
 
-    ScriptedEngine* translator = nullptr;
-    ScriptedEngine* gloss = nullptr;
+    ScriptedTranslator* translator = nullptr;
+    ScriptedTranslator* gloss = nullptr;
     std::unique_ptr<GlossFallbackTranslationEngine> chain;
 };
 
@@ -61,16 +43,16 @@ TEST_F(GlossFallbackTest, TheGlossAnswersOnlyWhenNoTranslatorIsThere) {
         translator->status = status;
         EXPECT_TRUE(std::holds_alternative<TranslationFailure>(translate()));
     }
-    EXPECT_EQ(gloss->asked, 0);
+    EXPECT_TRUE(gloss->asked.isEmpty());
 
     translator->status = TranslationAssetStatus::unsupported;
     EXPECT_TRUE(std::holds_alternative<Gloss>(translate()));
-    EXPECT_EQ(gloss->asked, 1);
+    EXPECT_EQ(gloss->asked.size(), 1);
 
     CancellationToken cancelled;
     cancelled.cancel();
     EXPECT_TRUE(std::holds_alternative<Cancelled>(translate(cancelled)));
-    EXPECT_EQ(gloss->asked, 1);
+    EXPECT_EQ(gloss->asked.size(), 1);
 }
 
 TEST_F(GlossFallbackTest, StateAndPreparationAreTheTranslators) {

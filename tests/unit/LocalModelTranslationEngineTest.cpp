@@ -3,12 +3,12 @@
 #include "harness/FakeModelServer.h"
 #include "harness/ManualTimers.h"
 #include "harness/QtPrinters.h"
+#include "harness/RunningTask.h"
 #include "logs/EventLog.h"
 #include "settings/DefaultsStore.h"
 #include "settings/TranslationSettings.h"
 
 #include <QSignalSpy>
-#include <QTcpServer>
 #include <QTemporaryDir>
 #include <QTest>
 #include <gtest/gtest.h>
@@ -54,13 +54,6 @@ const char* apiName(Api api) {
     return api == Api::ollama ? "ollama" : "openai";
 }
 
-// An address on which nothing listens.
-QString closedEndpoint() {
-    QTcpServer probe;
-    probe.listen(QHostAddress::LocalHost, 0);
-    return u"http://127.0.0.1:%1"_s.arg(probe.serverPort());
-}
-
 // The failure's message, or the translation or the cancellation marked as such.
 QString textOf(const TranslationOutcome& outcome) {
     if (const auto* failure = std::get_if<TranslationFailure>(&outcome))
@@ -69,29 +62,6 @@ QString textOf(const TranslationOutcome& outcome) {
         return u"<translated: "_s + *text + u">"_s;
     return u"<cancelled>"_s;
 }
-
-// A task left running while the test moves the clock; its outcome once it has one.
-template <typename Value> class Running {
-public:
-    explicit Running(QCoro::Task<Value> task)
-        : m_outcome(std::make_shared<std::optional<Value>>()) {
-        collect(std::move(task), m_outcome);
-    }
-    bool finished() const { return m_outcome->has_value(); }
-    // Lets the events already under way (a reply on its way in) end the task.
-    const Value& outcome() const {
-        EXPECT_TRUE(QTest::qWaitFor([this] { return finished(); })) << "the task never ended";
-        return m_outcome->value();
-    }
-
-private:
-    static QCoro::Task<void> collect(QCoro::Task<Value> task,
-                                     std::shared_ptr<std::optional<Value>> outcome) {
-        Value value = co_await std::move(task);
-        *outcome = std::move(value);
-    }
-    std::shared_ptr<std::optional<Value>> m_outcome;
-};
 
 // A refresh as a task with an outcome, to be left running like a translation.
 QCoro::Task<bool> refreshOf(TranslationEngine& engine) {
@@ -170,7 +140,7 @@ TEST_F(LocalModelTranslationEngineTest, AssetStatusFollowsWhatTheServerLists) {
         EXPECT_EQ(refreshed(), c.expected) << c.name;
     }
 
-    use(Api::ollama, closedEndpoint());
+    use(Api::ollama, FakeModelServer::closedEndpoint());
     EXPECT_EQ(refreshed(), unsupported) << "nothing listening";
 
     // An OpenAI endpoint given with its /v1 already on.
@@ -247,7 +217,7 @@ TEST_F(LocalModelTranslationEngineTest, EachFailureOfTheChatEndsInItsTextAndTeac
             server.routes = {{chatPath(api), {chat}}};
             server.requests.clear();
             SCOPED_TRACE(apiName(api) + std::to_string(int(chat)));
-            const Running running(fresh.translate(kSentence, {}));
+            const RunningTask running(fresh.translate(kSentence, {}));
             if (chat == Misbehaviour::hang) {
                 arrived(chatPath(api));
                 timers.advance(59'999ms);
@@ -268,7 +238,7 @@ TEST_F(LocalModelTranslationEngineTest, EachFailureOfTheChatEndsInItsTextAndTeac
         EXPECT_EQ(engine.assetStatus(), Status::supportedNotDownloaded) << apiName(api);
         server.installed = {kModel};
 
-        use(api, closedEndpoint());
+        use(api, FakeModelServer::closedEndpoint());
         EXPECT_EQ(textOf(translate(kSentence)), kUnavailable);
         EXPECT_EQ(engine.assetStatus(), Status::unsupported) << apiName(api);
     }
@@ -283,7 +253,7 @@ TEST_F(LocalModelTranslationEngineTest, ServerThatStopsAnsweringIsGivenUpWithinT
         ASSERT_EQ(refreshed(), Status::installed);
         server.routes = {{listingPath(api), {Misbehaviour::hang}}};
         server.requests.clear();
-        const Running refreshing(refreshOf(engine));
+        const RunningTask refreshing(refreshOf(engine));
         arrived(listingPath(api));
         timers.advance(2s);
         refreshing.outcome();
@@ -292,7 +262,7 @@ TEST_F(LocalModelTranslationEngineTest, ServerThatStopsAnsweringIsGivenUpWithinT
         // A first translation asks the listing first and never gets to the long chat limit.
         LocalModelTranslationEngine fresh(settings, log, testTiming(timers));
         server.requests.clear();
-        const Running stalled(fresh.translate(kSentence, {}));
+        const RunningTask stalled(fresh.translate(kSentence, {}));
         arrived(listingPath(api));
         timers.advance(1999ms);
         QCoreApplication::processEvents();
@@ -323,7 +293,7 @@ TEST_F(LocalModelTranslationEngineTest, CancellingAbortsAtOnceAndSilently) {
         server.requests.clear();
         const int closed = server.closedConnections();
         CancellationToken token;
-        const Running running(engine.translate(kSentence, token));
+        const RunningTask running(engine.translate(kSentence, token));
         arrived(chatPath(api));
         token.cancel(); // the clock never moves, so no time limit can have ended it
         const TranslationOutcome& outcome = running.outcome();
@@ -374,7 +344,7 @@ TEST_F(LocalModelTranslationEngineTest, FirstSlowTranslationOfARunIsAnnounced) {
         server.installed = c.installed ? QStringList{kModel} : QStringList{};
         server.routes = {{chatPath(c.api), {c.slow ? Misbehaviour::held : Misbehaviour::none}}};
         server.requests.clear();
-        const Running first(fresh.translate(u"Good morning to you."_s, {}));
+        const RunningTask first(fresh.translate(u"Good morning to you."_s, {}));
         if (c.slow) {
             arrived(chatPath(c.api));
             // Ollama said the model is not in memory; other servers cannot tell.
@@ -452,7 +422,7 @@ TEST_F(LocalModelTranslationEngineTest, FailedPreparationLogsWhy) {
         server.routes = {{"/api/pull", {c.pull}}};
         server.requests.clear();
         use(c.api);
-        const Running running(engine.prepareInteractively({}));
+        const RunningTask running(engine.prepareInteractively({}));
         if (c.pull == Misbehaviour::hang) {
             arrived("/api/pull");
             timers.advance(30s); // silence as long as the stall limit
@@ -465,7 +435,7 @@ TEST_F(LocalModelTranslationEngineTest, FailedPreparationLogsWhy) {
         EXPECT_EQ(engine.assetStatus(), Status::supportedNotDownloaded);
     }
 
-    use(Api::ollama, closedEndpoint());
+    use(Api::ollama, FakeModelServer::closedEndpoint());
     QCoro::waitFor(engine.prepareInteractively({}));
     EXPECT_EQ(lastLogLine(), u"语言包检查失败：翻译服务不可用"_s);
 }

@@ -3,37 +3,13 @@
 #include "dictionary/BundledDictionary.h"
 #include "harness/FixtureDatabase.h"
 #include "harness/QtPrinters.h"
-#include "lookup/TranslationEngine.h"
+#include "harness/ScriptedTranslator.h"
 
 #include <gtest/gtest.h>
 
 using namespace Qt::StringLiterals;
 
 namespace {
-
-// A translator that answers from a script.
-class ScriptedTranslator final : public TranslationEngine {
-public:
-    TranslationAssetStatus status = TranslationAssetStatus::installed;
-    std::optional<QString> answer; // nothing: a failure (or the gloss, when there is one)
-    std::optional<Gloss> gloss;
-    QStringList asked;
-
-    TranslationAssetStatus assetStatus() const override { return status; }
-    QCoro::Task<TranslationOutcome> translate(QString text, CancellationToken) override {
-        asked.append(text);
-        // Copies: QCoro's task moves out of any other lvalue it is given.
-        if (answer)
-            co_return QString(*answer);
-        if (gloss)
-            co_return Gloss(*gloss);
-        co_return TranslationFailure{u"翻译超时，请稍后再试"_s};
-    }
-    QCoro::Task<void> refreshAssetStatus() override { co_return; }
-    QCoro::Task<PreparationOutcome> prepareInteractively(CancellationToken) override {
-        co_return TranslationAssetsReady{};
-    }
-};
 
 // System dictionaries whose definitions are scripted as "headword|sense;sense|phonetic" lines.
 class ScriptedCatalog final : public WordSourceCatalog {
@@ -198,7 +174,7 @@ TEST_F(LookupEngineTest, WordGivenBackUnchangedIsNotFound) {
 
 TEST_F(LookupEngineTest, FailedTranslationMessageDependsOnAssetState) {
     EXPECT_EQ(errorTextOf(lookUp(u"hello world"_s)), u"未能翻译，请再试一次。"_s);
-    EXPECT_EQ(loggedErrors, QStringList{u"翻译失败：翻译超时，请稍后再试"_s});
+    EXPECT_EQ(loggedErrors, QStringList{u"翻译失败：翻译服务不可用"_s});
 
     for (auto status :
          {TranslationAssetStatus::supportedNotDownloaded, TranslationAssetStatus::unsupported}) {
@@ -210,20 +186,21 @@ TEST_F(LookupEngineTest, FailedTranslationMessageDependsOnAssetState) {
 
 TEST_F(LookupEngineTest, AGlossIsShownAsAGlossAndNothingGlossedIsNoAnswer) {
     translator.status = TranslationAssetStatus::unsupported;
-    translator.gloss = Gloss{
+    const Gloss gloss{
         {{.text = u"gave up"_s, .headword = u"give up"_s, .senses = {u"放弃"_s}, .isPhrase = true},
          {.text = u" 42"_s}}};
+    translator.answer = gloss;
     const LookupResult glossed = resultOf(lookUp(u" gave up 42 "_s));
     EXPECT_TRUE(glossed.isGloss());
     EXPECT_EQ(glossed.term, u"gave up 42"_s);
     EXPECT_EQ(glossed.source, LookupResult::glossSource());
     EXPECT_EQ(glossed.translation, u"give up 放弃"_s);
-    EXPECT_EQ(glossed.glossPieces, translator.gloss->pieces);
+    EXPECT_EQ(glossed.glossPieces, gloss.pieces);
     EXPECT_EQ(glossed.copyAllText(), u"give up 放弃"_s);
 
     // What the database does not know word by word: a word is not found, a sentence still
     // needs a translator.
-    translator.gloss = Gloss{{{.text = u"qwzx"_s}}};
+    translator.answer = Gloss{{{.text = u"qwzx"_s}}};
     EXPECT_EQ(errorTextOf(lookUp(u"qwzx"_s)), u"词典和翻译里都没有「qwzx」。"_s);
     EXPECT_EQ(errorTextOf(lookUp(u"qwzx vlor"_s)),
               u"整句翻译需要本地翻译模型，可在「设置 › 词典与翻译」下载。"_s);

@@ -1,6 +1,7 @@
 #include "lookup/OnDemandTranslationEngine.h"
 
 #include "harness/QtPrinters.h"
+#include "harness/ScriptedTranslator.h"
 #include "logs/EventLog.h"
 
 #include <QCoroSignal>
@@ -10,34 +11,22 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// An engine that answers "译文" and can be told to emit its signals.
-class AnsweringEngine final : public TranslationEngine {
-public:
-    TranslationAssetStatus assetStatus() const override {
-        return TranslationAssetStatus::supportedNotDownloaded;
-    }
-    QCoro::Task<TranslationOutcome> translate(QString, CancellationToken) override {
-        co_return u"译文"_s;
-    }
-    QCoro::Task<void> refreshAssetStatus() override { co_return; }
-    QCoro::Task<PreparationOutcome> prepareInteractively(CancellationToken) override {
-        Q_EMIT preparationProgress(0.5);
-        Q_EMIT assetStatusChanged(TranslationAssetStatus::installed);
-        Q_EMIT notice(u"第一次翻译会慢一些"_s);
-        co_return TranslationAssetsReady{};
-    }
-};
-
 struct OnDemandTranslationEngineTest : testing::Test {
     EventLog log{{}, false};
     int opened = 0;
 };
 
 TEST_F(OnDemandTranslationEngineTest, OpensTheEngineOnFirstUseOnlyAndPassesItsSignalsOn) {
+    ScriptedTranslator* inner = nullptr;
     OnDemandTranslationEngine engine(
-        [this] {
+        [this, &inner] {
             ++opened;
-            return std::make_unique<AnsweringEngine>();
+            auto made = std::make_unique<ScriptedTranslator>();
+            made->status = TranslationAssetStatus::supportedNotDownloaded;
+            made->answer = u"译文"_s;
+            made->preparation = TranslationAssetsReady{};
+            inner = made.get();
+            return made;
         },
         log);
     EXPECT_EQ(opened, 0);
@@ -57,8 +46,12 @@ TEST_F(OnDemandTranslationEngineTest, OpensTheEngineOnFirstUseOnlyAndPassesItsSi
     const TranslationOutcome outcome = QCoro::waitFor(engine.translate(u"Hello there."_s, {}));
     ASSERT_TRUE(std::holds_alternative<QString>(outcome));
     EXPECT_EQ(std::get<QString>(outcome), u"译文"_s);
-    QCoro::waitFor(engine.prepareInteractively({}));
+    EXPECT_TRUE(std::holds_alternative<TranslationAssetsReady>(
+        QCoro::waitFor(engine.prepareInteractively({}))));
     EXPECT_EQ(opened, 1);
+    Q_EMIT inner->preparationProgress(0.5);
+    inner->become(TranslationAssetStatus::installed);
+    Q_EMIT inner->notice(u"第一次翻译会慢一些"_s);
     EXPECT_EQ(progress, QList<double>{0.5});
     EXPECT_EQ(statuses, QList<TranslationAssetStatus>{TranslationAssetStatus::installed});
     EXPECT_EQ(notices, QStringList{u"第一次翻译会慢一些"_s});

@@ -160,18 +160,28 @@ TEST_F(PointerDwellMonitorTest, ChosenKeyIsTheOnlyKeyThatArms) {
     EXPECT_EQ(lines().last(), u"悬停取词｜连按两下 Super"_s);
 }
 
-TEST(PointerDwellMonitorTimer, SamplesEvery40MsOnlyWhileRunning) {
+// The monitor sampling on its own timer, on a clock the test moves.
+class PointerDwellMonitorTimer : public testing::Test {
+protected:
+    PointerDwellMonitorTimer() {
+        monitor.setCallbacks({.dwell = [this](QPointF) { ++dwells; },
+                              .doubleTap =
+                                  [this] {
+                                      ++doubleTaps;
+                                  }});
+    }
+
     EventLog log{{}, false};
     ScriptedPointerSampler sampler;
     ManualTimers timers;
-    PointerDwellMonitor monitor{sampler, log, timers, [&timers] {
+    PointerDwellMonitor monitor{sampler, log, timers, [this] {
                                     return timers.now().count() / 1000.0;
                                 }};
     int dwells = 0;
-    monitor.setCallbacks({.dwell = [&dwells](QPointF) {
-        ++dwells;
-    }});
+    int doubleTaps = 0;
+};
 
+TEST_F(PointerDwellMonitorTimer, SamplesEvery40MsOnlyWhileRunning) {
     sampler.state.flags = alt;
     timers.advance(1s);
     EXPECT_EQ(sampler.samples(), 0);
@@ -187,24 +197,7 @@ TEST(PointerDwellMonitorTimer, SamplesEvery40MsOnlyWhileRunning) {
     EXPECT_EQ(sampler.samples(), 10);
 }
 
-} // namespace
-
-namespace {
-
-TEST(PointerDwellMonitorTimer, SamplingRestsWithoutAModifierAndWakesOnOne) {
-    EventLog log{{}, false};
-    ScriptedPointerSampler sampler;
-    ManualTimers timers;
-    PointerDwellMonitor monitor{sampler, log, timers, [&timers] {
-                                    return timers.now().count() / 1000.0;
-                                }};
-    int doubleTaps = 0;
-    int dwells = 0;
-    monitor.setCallbacks({.dwell = [&dwells](QPointF) { ++dwells; },
-                          .doubleTap =
-                              [&doubleTaps] {
-                                  ++doubleTaps;
-                              }});
+TEST_F(PointerDwellMonitorTimer, SamplingRestsWithoutAModifierAndWakesOnOne) {
     monitor.start();
     timers.advance(2s);
     EXPECT_FALSE(monitor.isSampling()) << "nothing held for half a second";

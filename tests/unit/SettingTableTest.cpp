@@ -1,14 +1,9 @@
 #include "settings/SettingTable.h"
 
 #include "harness/QtPrinters.h"
-#include "logs/EventLog.h"
+#include "harness/SettingsObjects.h"
 #include "settings/DefaultsStore.h"
-#include "settings/FilterPreferences.h"
-#include "settings/InterfaceSettings.h"
-#include "settings/Preferences.h"
 #include "settings/SettingsCatalog.h"
-#include "settings/TranslationSettings.h"
-#include "settings/TriggerSettings.h"
 
 #include <QMetaEnum>
 #include <QSet>
@@ -22,20 +17,6 @@ namespace {
 std::string nameOf(Settings::Id setting) {
     return QMetaEnum::fromType<Settings::Id>().valueToKey(int(setting));
 }
-
-// Every settings object over one real store file, as the command line makes them.
-struct AllSettings {
-    explicit AllSettings(DefaultsStore& store)
-        : preferences(store, {}), triggers(store), filter(store, log), translation(store),
-          interface(store) {}
-
-    EventLog log{{}, false};
-    Preferences preferences;
-    TriggerSettings triggers;
-    FilterPreferences filter;
-    TranslationSettings translation;
-    InterfaceSettings interface;
-};
 
 } // namespace
 
@@ -86,8 +67,7 @@ TEST(SettingTableTest, EveryDefaultRoundTripsThroughTextAndTheFile) {
 
 TEST(SettingTableTest, TheCatalogServesEverySettingInTheTablesOrder) {
     QTemporaryDir folder;
-    DefaultsStore store(folder.filePath(u"defaults.json"_s));
-    AllSettings all(store);
+    SettingsObjects all(folder.filePath(u"defaults.json"_s));
     const SettingsCatalog catalog(
         {&all.preferences, &all.triggers, &all.filter, &all.translation, &all.interface});
 
@@ -112,8 +92,8 @@ TEST(SettingTableTest, TheCatalogServesEverySettingInTheTablesOrder) {
 TEST(SettingTableTest, ChangesAreAnnouncedOnceAndOnlyWhenTheValueDiffers) {
     QTemporaryDir folder;
     const QString file = folder.filePath(u"defaults.json"_s);
-    DefaultsStore store(file);
-    AllSettings all(store);
+    SettingsObjects all(file);
+    DefaultsStore& store = all.store;
     QList<Settings::Id> announced;
     const auto listen = [&announced](SettingsObject& object) {
         QObject::connect(&object, &SettingsObject::changed,
@@ -169,8 +149,7 @@ TEST(SettingTableTest, FormerAndRetiredKeysAreGoneAfterOneStart) {
         older.insert(key, true);
     DefaultsStore(file).setValues(older);
     {
-        DefaultsStore store(file);
-        const AllSettings all(store);
+        const SettingsObjects all(file);
         EXPECT_TRUE(all.triggers.pointerLookupEnabled()) << "the region switch carries over";
     }
     const QStringList left = DefaultsStore(file).storedKeys();

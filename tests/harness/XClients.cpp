@@ -1,10 +1,28 @@
-#include "SelectionReaders.h"
+#include "harness/XClients.h"
 
 #include <QFile>
 #include <QProcess>
 #include <QTest>
+#include <cstdio>
 
 using namespace Qt::StringLiterals;
+
+bool runTool(const QString& program, const QStringList& arguments, QByteArray* output) {
+    QProcess process;
+    process.start(program, arguments);
+    const bool done = process.waitForFinished(10000) &&
+                      process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
+    if (!done)
+        std::fprintf(stderr, "%s %s: %s\n", qPrintable(program), qPrintable(arguments.join(u' ')),
+                     process.readAllStandardError().constData());
+    if (output)
+        *output = process.readAllStandardOutput();
+    return done;
+}
+
+bool xdotool(const QStringList& arguments, QByteArray* output) {
+    return runTool(u"xdotool"_s, arguments, output);
+}
 
 std::optional<QByteArray> readSelection(const QString& selection, const QString& target) {
     QProcess xclip;
