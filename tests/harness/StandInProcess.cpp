@@ -17,9 +17,14 @@ QString StandInProcess::folder() {
 
 std::optional<QByteArray> StandInProcess::start(const QString& script,
                                                 const QStringList& arguments) {
+    return startProgram(u"/usr/bin/python3"_s, QStringList{folder() + u'/' + script} + arguments);
+}
+
+std::optional<QByteArray> StandInProcess::startProgram(const QString& program,
+                                                       const QStringList& arguments) {
     stop();
     process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    process.start(u"/usr/bin/python3"_s, QStringList{folder() + u'/' + script} + arguments);
+    process.start(program, arguments);
     const QByteArray line = readLine();
     if (!line.startsWith("ready")) {
         stop();

@@ -19,6 +19,8 @@ public:
 
     // The words after "ready" (a cookie, say); nothing when it did not come up.
     std::optional<QByteArray> start(const QString& script, const QStringList& arguments = {});
+    // Another program that says "ready" the same way (a shell running a stand-in as its child).
+    std::optional<QByteArray> startProgram(const QString& program, const QStringList& arguments);
     // Sends a line and waits for the answer; empty when none came.
     QByteArray ask(const QByteArray& line);
 

@@ -14,6 +14,7 @@
 #include "platform/linux/capture/XcbSelectionTransfer.h"
 #include "platform/linux/screen/TesseractScreenText.h"
 #include "platform/linux/screen/XcbScreenGrabber.h"
+#include "platform/linux/session/LinuxPowerAssertions.h"
 #include "platform/linux/session/LinuxSystemActivity.h"
 
 #include <QGuiApplication>
@@ -61,5 +62,6 @@ CaptureAdapters makeCaptureAdapters() {
         [windows = &x11.windowAtPoint](QPointF point) { return windows->processAt(point); });
     adapters.screenText = std::make_unique<TesseractScreenText>(XcbScreenGrabber::factory());
     adapters.activity = std::make_unique<LinuxSystemActivity>();
+    adapters.powerAssertions = std::make_unique<LinuxPowerAssertions>(x11.connection);
     return adapters;
 }

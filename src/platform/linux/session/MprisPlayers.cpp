@@ -1,0 +1,166 @@
+#include "platform/linux/session/MprisPlayers.h"
+
+#include "platform/linux/session/DBusConnectionPids.h"
+#include "platform/linux/session/ProcFsProcesses.h"
+
+#include <QDBusArgument>
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+#include <QDBusVariant>
+#include <QVariantMap>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const QString prefix = u"org.mpris.MediaPlayer2."_s;
+const QString playerPath = u"/org/mpris/MediaPlayer2"_s;
+const QString playerInterface = u"org.mpris.MediaPlayer2.Player"_s;
+const QString properties = u"org.freedesktop.DBus.Properties"_s;
+const QString busService = u"org.freedesktop.DBus"_s;
+const QString busPath = u"/org/freedesktop/DBus"_s;
+const QString statusProperty = u"PlaybackStatus"_s;
+constexpr int callLimitMs = 2000;
+
+QVariant unwrapped(const QVariant& value) {
+    return value.canConvert<QDBusVariant>() ? value.value<QDBusVariant>().variant() : value;
+}
+
+} // namespace
+
+MprisPlayers::MprisPlayers(QDBusConnection bus, DBusConnectionPids& pids)
+    : m_bus(std::move(bus)), m_pids(pids) {}
+
+MprisPlayers::~MprisPlayers() {
+    stop();
+}
+
+void MprisPlayers::start() {
+    if (m_running)
+        return;
+    m_running = true;
+    m_bus.connect(busService, busPath, busService, u"NameOwnerChanged"_s, this,
+                  SLOT(nameOwnerChanged(QString, QString, QString)));
+    // Any sender: a player's signals come from its unique name.
+    m_bus.connect(QString(), playerPath, properties, u"PropertiesChanged"_s, this,
+                  SLOT(propertiesChanged(QDBusMessage)));
+    auto* watcher = new QDBusPendingCallWatcher(
+        m_bus.asyncCall(
+            QDBusMessage::createMethodCall(busService, busPath, busService, u"ListNames"_s),
+            callLimitMs),
+        this);
+    connect(watcher, &QDBusPendingCallWatcher::finished, this,
+            [this, generation = m_generation](QDBusPendingCallWatcher* answer) {
+                answer->deleteLater();
+                if (generation != m_generation)
+                    return;
+                for (const QString& name : answer->reply().arguments().value(0).toStringList())
+                    if (name.startsWith(prefix) && !m_players.contains(name))
+                        add(name, QString());
+            });
+}
+
+void MprisPlayers::stop() {
+    if (!m_running)
+        return;
+    m_running = false;
+    ++m_generation;
+    m_bus.disconnect(busService, busPath, busService, u"NameOwnerChanged"_s, this,
+                     SLOT(nameOwnerChanged(QString, QString, QString)));
+    m_bus.disconnect(QString(), playerPath, properties, u"PropertiesChanged"_s, this,
+                     SLOT(propertiesChanged(QDBusMessage)));
+    m_players.clear();
+}
+
+std::optional<bool> MprisPlayers::playing(qint32 appPid) {
+    std::optional<bool> answer;
+    for (auto it = m_players.begin(); it != m_players.end(); ++it) {
+        Player& player = it.value();
+        if (player.lineage.isEmpty()) {
+            if (const qint32 pid = m_pids.pidOf(player.owner); pid > 0)
+                player.lineage = ProcFsProcesses::lineage(pid);
+        }
+        if (!player.lineage.contains(appPid) || player.status.isEmpty())
+            continue;
+        if (player.status == u"Playing")
+            return true;
+        answer = false;
+    }
+    return answer;
+}
+
+void MprisPlayers::add(const QString& name, const QString& owner) {
+    m_players.insert(name, Player{.owner = owner, .status = {}, .lineage = {}});
+    if (owner.isEmpty()) {
+        // Listed by name only: its connection's name tells which signals are its own.
+        auto* watcher = new QDBusPendingCallWatcher(
+            m_bus.asyncCall(
+                QDBusMessage::createMethodCall(busService, busPath, busService, u"GetNameOwner"_s)
+                    << name,
+                callLimitMs),
+            this);
+        connect(watcher, &QDBusPendingCallWatcher::finished, this,
+                [this, name, generation = m_generation](QDBusPendingCallWatcher* answer) {
+                    answer->deleteLater();
+                    const QDBusMessage reply = answer->reply();
+                    auto it = m_players.find(name);
+                    if (generation != m_generation || it == m_players.end() ||
+                        reply.type() != QDBusMessage::ReplyMessage)
+                        return;
+                    it->owner = reply.arguments().value(0).toString();
+                    m_pids.pidOf(it->owner);
+                });
+    } else {
+        m_pids.pidOf(owner);
+    }
+    askStatus(name);
+}
+
+void MprisPlayers::askStatus(const QString& name) {
+    QDBusMessage ask = QDBusMessage::createMethodCall(name, playerPath, properties, u"Get"_s);
+    ask.setArguments({playerInterface, statusProperty});
+    ask.setAutoStartService(false);
+    auto* watcher = new QDBusPendingCallWatcher(m_bus.asyncCall(ask, callLimitMs), this);
+    connect(watcher, &QDBusPendingCallWatcher::finished, this,
+            [this, name, generation = m_generation](QDBusPendingCallWatcher* answer) {
+                answer->deleteLater();
+                const QDBusMessage reply = answer->reply();
+                auto it = m_players.find(name);
+                if (generation != m_generation || it == m_players.end() ||
+                    reply.type() != QDBusMessage::ReplyMessage)
+                    return;
+                it->status = unwrapped(reply.arguments().value(0)).toString();
+            });
+}
+
+void MprisPlayers::nameOwnerChanged(const QString& name, const QString& oldOwner,
+                                    const QString& newOwner) {
+    if (!m_running)
+        return;
+    if (name.startsWith(u':') && newOwner.isEmpty()) {
+        m_pids.forget(name);
+        return;
+    }
+    if (!name.startsWith(prefix))
+        return;
+    Q_UNUSED(oldOwner);
+    m_players.remove(name);
+    if (!newOwner.isEmpty())
+        add(name, newOwner);
+}
+
+void MprisPlayers::propertiesChanged(const QDBusMessage& message) {
+    const QVariantList arguments = message.arguments();
+    if (!m_running || arguments.value(0).toString() != playerInterface)
+        return;
+    const QVariantMap changed = qdbus_cast<QVariantMap>(arguments.value(1));
+    const QStringList invalidated = arguments.value(2).toStringList();
+    for (auto it = m_players.begin(); it != m_players.end(); ++it) {
+        if (it->owner != message.service())
+            continue;
+        if (changed.contains(statusProperty))
+            it->status = unwrapped(changed.value(statusProperty)).toString();
+        else if (invalidated.contains(statusProperty))
+            askStatus(it.key());
+    }
+}

@@ -1,0 +1,88 @@
+#!/usr/bin/python3
+"""A program that keeps the display (or only the machine) awake through the session bus, as
+video players and browsers do, and holds on until it is stopped. Run with Debian's
+/usr/bin/python3, which has the D-Bus bindings.
+
+    inhibitor.py --service freedesktop|gnome|kde [--app NAME] [--reason TEXT]
+                 [--flags N] [--xid N] [--process-name NAME] [OTHER ARGUMENTS...]
+
+freedesktop: org.freedesktop.ScreenSaver Inhibit(app, reason) on /org/freedesktop/ScreenSaver.
+gnome: org.gnome.SessionManager Inhibit(app, xid, reason, flags); flags 8 (idle) by default,
+       4 keeps only the machine from suspending.
+kde: org.kde.Solid.PowerManagement.PolicyAgent AddInhibition(flags, app, reason); flags 4
+     (the screen's settings) by default.
+--process-name renames the process as the kernel knows it (/proc/PID/comm), so it can pass
+for a tool such as caffeine. Other arguments are ignored, so it can carry a browser helper's
+(--type=renderer). Prints "ready COOKIE" once it holds the inhibitor, then reads commands from
+its standard input, one a line: "release" gives the inhibitor back (answers "released").
+Stops on SIGTERM, leaving the bus, which releases whatever it still holds.
+"""
+import argparse
+import ctypes
+import os
+import signal
+import sys
+
+import dbus
+from dbus.mainloop.glib import DBusGMainLoop
+from gi.repository import GLib
+
+SERVICES = {
+    "freedesktop": ("org.freedesktop.ScreenSaver", "/org/freedesktop/ScreenSaver",
+                    "org.freedesktop.ScreenSaver", "UnInhibit"),
+    "gnome": ("org.gnome.SessionManager", "/org/gnome/SessionManager",
+              "org.gnome.SessionManager", "Uninhibit"),
+    "kde": ("org.kde.Solid.PowerManagement", "/org/kde/Solid/PowerManagement/PolicyAgent",
+            "org.kde.Solid.PowerManagement.PolicyAgent", "ReleaseInhibition"),
+}
+PR_SET_NAME = 15
+
+
+def main():
+    parser = argparse.ArgumentParser()
+    parser.add_argument("--service", choices=sorted(SERVICES), required=True)
+    parser.add_argument("--app", default="Video Player")
+    parser.add_argument("--reason", default="Playing video")
+    parser.add_argument("--flags", type=int)
+    parser.add_argument("--xid", type=int, default=0)
+    parser.add_argument("--process-name")
+    args, _ = parser.parse_known_args()
+    if args.process_name:
+        ctypes.CDLL(None).prctl(PR_SET_NAME, args.process_name.encode()[:15], 0, 0, 0)
+
+    DBusGMainLoop(set_as_default=True)
+    bus = dbus.SessionBus()
+    name, path, interface, release = SERVICES[args.service]
+    service = dbus.Interface(bus.get_object(name, path), interface)
+    if args.service == "freedesktop":
+        cookie = service.Inhibit(args.app, args.reason)
+    elif args.service == "gnome":
+        flags = 8 if args.flags is None else args.flags
+        cookie = service.Inhibit(args.app, dbus.UInt32(args.xid), args.reason,
+                                 dbus.UInt32(flags))
+    else:
+        flags = 4 if args.flags is None else args.flags
+        cookie = service.AddInhibition(dbus.UInt32(flags), args.app, args.reason)
+
+    loop = GLib.MainLoop()
+
+    def command(source, condition):
+        line = sys.stdin.readline()
+        if not line:
+            return False  # nobody to listen to; hold on until stopped
+        if line.strip() == "release":
+            getattr(service, release)(cookie)
+            print("released", flush=True)
+        else:
+            print("bad", flush=True)
+        return True
+
+    GLib.io_add_watch(sys.stdin, GLib.IO_IN | GLib.IO_HUP, command)
+    GLib.unix_signal_add(GLib.PRIORITY_DEFAULT, signal.SIGTERM, loop.quit)
+    print("ready %d" % int(cookie), flush=True)
+    loop.run()
+    os._exit(0)
+
+
+if __name__ == "__main__":
+    sys.exit(main())
