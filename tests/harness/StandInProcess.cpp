@@ -17,7 +17,9 @@ QString StandInProcess::folder() {
 
 std::optional<QByteArray> StandInProcess::start(const QString& script,
                                                 const QStringList& arguments) {
-    return startProgram(u"/usr/bin/python3"_s, QStringList{folder() + u'/' + script} + arguments);
+    // -B: no bytecode written into the source tree.
+    return startProgram(u"/usr/bin/python3"_s,
+                        QStringList{u"-B"_s, folder() + u'/' + script} + arguments);
 }
 
 std::optional<QByteArray> StandInProcess::startProgram(const QString& program,

@@ -1,4 +1,4 @@
-#!/usr/bin/python3
+#!/usr/bin/python3 -B
 """A stand-in for GNOME's session manager on the session bus, speaking the public
 org.gnome.SessionManager inhibitor interface. Run with Debian's /usr/bin/python3, which has
 the D-Bus bindings.
@@ -12,14 +12,12 @@ again with InhibitorRemoved(o), and so does the caller leaving the bus. GetInhib
 them, IsInhibited(flags) tells whether any holds one of the flags. Prints "ready" once its
 name is owned; stops on SIGTERM.
 """
-import os
-import signal
 import sys
 
 import dbus
 import dbus.service
-from dbus.mainloop.glib import DBusGMainLoop
-from gi.repository import GLib
+
+import standin
 
 NAME = "org.gnome.SessionManager"
 PATH = "/org/gnome/SessionManager"
@@ -109,23 +107,11 @@ class SessionManager(dbus.service.Object):
 
 
 def main():
-    DBusGMainLoop(set_as_default=True)
     bus = dbus.SessionBus()
     manager = SessionManager(bus)
-    held = dbus.service.BusName(NAME, bus, do_not_queue=True)
-
-    def owner_changed(bus_name, old, new):
-        if old and not new:
-            manager.forget(bus_name)
-
-    bus.add_signal_receiver(owner_changed, "NameOwnerChanged", "org.freedesktop.DBus")
-    loop = GLib.MainLoop()
-    GLib.unix_signal_add(GLib.PRIORITY_DEFAULT, signal.SIGTERM, loop.quit)
-    print("ready", flush=True)
-    loop.run()
-    del held
-    # Leaves without releasing the name: the bus may already be gone.
-    os._exit(0)
+    held = standin.own(bus, NAME)  # noqa: F841 (owned while it lives)
+    standin.when_caller_leaves(bus, manager.forget)
+    standin.serve()
 
 
 if __name__ == "__main__":

@@ -1,4 +1,4 @@
-#!/usr/bin/python3
+#!/usr/bin/python3 -B
 """A program that keeps the display (or only the machine) awake through the session bus, as
 video players and browsers do, and holds on until it is stopped. Run with Debian's
 /usr/bin/python3, which has the D-Bus bindings.
@@ -19,13 +19,11 @@ Stops on SIGTERM, leaving the bus, which releases whatever it still holds.
 """
 import argparse
 import ctypes
-import os
-import signal
 import sys
 
 import dbus
-from dbus.mainloop.glib import DBusGMainLoop
-from gi.repository import GLib
+
+import standin
 
 SERVICES = {
     "freedesktop": ("org.freedesktop.ScreenSaver", "/org/freedesktop/ScreenSaver",
@@ -50,7 +48,6 @@ def main():
     if args.process_name:
         ctypes.CDLL(None).prctl(PR_SET_NAME, args.process_name.encode()[:15], 0, 0, 0)
 
-    DBusGMainLoop(set_as_default=True)
     bus = dbus.SessionBus()
     name, path, interface, release = SERVICES[args.service]
     service = dbus.Interface(bus.get_object(name, path), interface)
@@ -64,24 +61,14 @@ def main():
         flags = 4 if args.flags is None else args.flags
         cookie = service.AddInhibition(dbus.UInt32(flags), args.app, args.reason)
 
-    loop = GLib.MainLoop()
+    def command(line):
+        if line != "release":
+            return "bad"
+        getattr(service, release)(cookie)
+        return "released"
 
-    def command(source, condition):
-        line = sys.stdin.readline()
-        if not line:
-            return False  # nobody to listen to; hold on until stopped
-        if line.strip() == "release":
-            getattr(service, release)(cookie)
-            print("released", flush=True)
-        else:
-            print("bad", flush=True)
-        return True
-
-    GLib.io_add_watch(sys.stdin, GLib.IO_IN | GLib.IO_HUP, command)
-    GLib.unix_signal_add(GLib.PRIORITY_DEFAULT, signal.SIGTERM, loop.quit)
-    print("ready %d" % int(cookie), flush=True)
-    loop.run()
-    os._exit(0)
+    standin.on_command(command)
+    standin.serve("ready %d" % int(cookie))
 
 
 if __name__ == "__main__":

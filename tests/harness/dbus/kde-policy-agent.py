@@ -1,4 +1,4 @@
-#!/usr/bin/python3
+#!/usr/bin/python3 -B
 """A stand-in for KDE's power management policy agent on the session bus, speaking the public
 org.kde.Solid.PowerManagement.PolicyAgent interface. Run with Debian's /usr/bin/python3,
 which has the D-Bus bindings.
@@ -11,14 +11,12 @@ gives it back, and so does the caller leaving the bus. ListInhibitions lists (ap
 HasInhibition(types) tells whether any holds one of the types; InhibitionsChanged(added,
 removed) announces changes. Prints "ready" once its name is owned; stops on SIGTERM.
 """
-import os
-import signal
 import sys
 
 import dbus
 import dbus.service
-from dbus.mainloop.glib import DBusGMainLoop
-from gi.repository import GLib
+
+import standin
 
 NAME = "org.kde.Solid.PowerManagement"
 PATH = "/org/kde/Solid/PowerManagement/PolicyAgent"
@@ -67,22 +65,11 @@ class PolicyAgent(dbus.service.Object):
 
 
 def main():
-    DBusGMainLoop(set_as_default=True)
     bus = dbus.SessionBus()
     agent = PolicyAgent(bus)
-    held = dbus.service.BusName(NAME, bus, do_not_queue=True)
-
-    def owner_changed(bus_name, old, new):
-        if old and not new:
-            agent.forget(bus_name)
-
-    bus.add_signal_receiver(owner_changed, "NameOwnerChanged", "org.freedesktop.DBus")
-    loop = GLib.MainLoop()
-    GLib.unix_signal_add(GLib.PRIORITY_DEFAULT, signal.SIGTERM, loop.quit)
-    print("ready", flush=True)
-    loop.run()
-    del held
-    os._exit(0)
+    held = standin.own(bus, NAME)  # noqa: F841 (owned while it lives)
+    standin.when_caller_leaves(bus, agent.forget)
+    standin.serve()
 
 
 if __name__ == "__main__":

@@ -1,4 +1,4 @@
-#!/usr/bin/python3
+#!/usr/bin/python3 -B
 """A stand-in login manager on the system bus (DBUS_SYSTEM_BUS_ADDRESS), speaking the public
 interface of org.freedesktop.login1. Run with Debian's /usr/bin/python3, which has the D-Bus
 bindings.
@@ -21,14 +21,12 @@ PrepareForSleep, even when it changes nothing, as a resume without a suspend wou
 SetActive(s session_id, b active). Prints "ready" once its name is owned; stops on SIGTERM.
 """
 import argparse
-import os
-import signal
 import sys
 
 import dbus
 import dbus.service
-from dbus.mainloop.glib import DBusGMainLoop
-from gi.repository import GLib
+
+import standin
 
 NAME = "org.freedesktop.login1"
 ROOT = "/org/freedesktop/login1"
@@ -163,20 +161,14 @@ def main():
     where.add_argument("--outside-session", action="store_true")
     where.add_argument("--no-session", action="store_true")
     args = parser.parse_args()
-    DBusGMainLoop(set_as_default=True)
     bus = dbus.SystemBus()
     sessions = {sid: Session(bus, sid) for sid in ("7", "c2")}
     own = None if args.no_session else "7"
     objects = [Manager(bus, sessions, own, by_pid=not args.outside_session)]
     if own is not None and not args.no_auto:
         objects.append(AutoSession(bus, sessions[own]))
-    held = dbus.service.BusName(NAME, bus, do_not_queue=True)
-    loop = GLib.MainLoop()
-    GLib.unix_signal_add(GLib.PRIORITY_DEFAULT, signal.SIGTERM, loop.quit)
-    print("ready", flush=True)
-    loop.run()
-    # Leaves without releasing the name: the bus may already be gone.
-    os._exit(0)
+    held = standin.own(bus, NAME)  # noqa: F841 (owned while it lives)
+    standin.serve()
 
 
 if __name__ == "__main__":

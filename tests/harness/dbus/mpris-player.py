@@ -1,4 +1,4 @@
-#!/usr/bin/python3
+#!/usr/bin/python3 -B
 """A stand-in media player on the session bus, speaking the public MPRIS interface
 (org.mpris.MediaPlayer2 and its Player on /org/mpris/MediaPlayer2). Run with Debian's
 /usr/bin/python3, which has the D-Bus bindings.
@@ -11,14 +11,12 @@ PropertiesChanged, as players do, and answers "ok". Prints "ready" once its name
 stops on SIGTERM.
 """
 import argparse
-import os
-import signal
 import sys
 
 import dbus
 import dbus.service
-from dbus.mainloop.glib import DBusGMainLoop
-from gi.repository import GLib
+
+import standin
 
 PATH = "/org/mpris/MediaPlayer2"
 ROOT = "org.mpris.MediaPlayer2"
@@ -67,30 +65,18 @@ def main():
     parser.add_argument("--name", default="quillettest")
     parser.add_argument("--status", choices=STATUSES, default="Playing")
     args = parser.parse_args()
-    DBusGMainLoop(set_as_default=True)
     bus = dbus.SessionBus()
     player = Player(bus, args.name, args.status)
-    held = dbus.service.BusName("org.mpris.MediaPlayer2." + args.name, bus, do_not_queue=True)
-    loop = GLib.MainLoop()
+    held = standin.own(bus, "org.mpris.MediaPlayer2." + args.name)  # noqa: F841
 
-    def command(source, condition):
-        line = sys.stdin.readline()
-        if not line:
-            return False  # no more commands; keep playing
-        status = line.strip()
-        if status in STATUSES:
-            player.set_status(status)
-            print("ok", flush=True)
-        else:
-            print("bad", flush=True)
-        return True
+    def command(status):
+        if status not in STATUSES:
+            return "bad"
+        player.set_status(status)
+        return "ok"
 
-    GLib.io_add_watch(sys.stdin, GLib.IO_IN | GLib.IO_HUP, command)
-    GLib.unix_signal_add(GLib.PRIORITY_DEFAULT, signal.SIGTERM, loop.quit)
-    print("ready", flush=True)
-    loop.run()
-    del held
-    os._exit(0)
+    standin.on_command(command)
+    standin.serve()
 
 
 if __name__ == "__main__":

@@ -1,4 +1,4 @@
-#!/usr/bin/python3
+#!/usr/bin/python3 -B
 """A stand-in screen saver on the session bus, speaking the public interface of the
 freedesktop screen saver (org.freedesktop.ScreenSaver), or GNOME's or Xfce's variant.
 Run with Debian's /usr/bin/python3, which has the D-Bus bindings.
@@ -12,14 +12,12 @@ the test-only method org.quillet.Test.Inhibitions. Prints "ready" once its name 
 stops on SIGTERM.
 """
 import argparse
-import os
-import signal
 import sys
 
 import dbus
 import dbus.service
-from dbus.mainloop.glib import DBusGMainLoop
-from gi.repository import GLib
+
+import standin
 
 FLAVOURS = {
     "freedesktop": ("org.freedesktop.ScreenSaver", ["/org/freedesktop/ScreenSaver", "/ScreenSaver"]),
@@ -80,25 +78,13 @@ def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("--flavour", choices=sorted(FLAVOURS), default="freedesktop")
     args = parser.parse_args()
-    DBusGMainLoop(set_as_default=True)
     bus = dbus.SessionBus()
     name, paths = FLAVOURS[args.flavour]
     cls = make_service_class(name)
     objects = [cls(bus, path) for path in paths]
-    held = dbus.service.BusName(name, bus, do_not_queue=True)
-
-    def owner_changed(bus_name, old, new):
-        if old and not new:
-            for obj in objects:
-                obj.forget(bus_name)
-
-    bus.add_signal_receiver(owner_changed, "NameOwnerChanged", "org.freedesktop.DBus")
-    loop = GLib.MainLoop()
-    GLib.unix_signal_add(GLib.PRIORITY_DEFAULT, signal.SIGTERM, loop.quit)
-    print("ready", flush=True)
-    loop.run()
-    # Leaves without releasing the name: the bus may already be gone.
-    os._exit(0)
+    held = standin.own(bus, name)  # noqa: F841 (owned while it lives)
+    standin.when_caller_leaves(bus, lambda caller: [obj.forget(caller) for obj in objects])
+    standin.serve()
 
 
 if __name__ == "__main__":
