@@ -1,14 +1,14 @@
 #include "platform/linux/session/DBusConnectionPids.h"
 
+#include "platform/linux/session/DBusQueries.h"
+
 #include <QDBusMessage>
-#include <QDBusPendingCallWatcher>
+#include <QPointer>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-// The bus itself answers at once; nothing else is involved.
-constexpr int callLimitMs = 2000;
 constexpr qint32 asked = -1;
 
 } // namespace
@@ -21,26 +21,24 @@ qint32 DBusConnectionPids::pidOf(const QString& uniqueName) {
     if (const auto it = m_pids.constFind(uniqueName); it != m_pids.cend())
         return std::max(*it, 0);
     m_pids.insert(uniqueName, asked);
-    QDBusMessage ask =
+    ask(uniqueName);
+    return 0;
+}
+
+QCoro::Task<void> DBusConnectionPids::ask(QString uniqueName) {
+    const QPointer<DBusConnectionPids> self(this);
+    const quint64 generation = m_generation;
+    QDBusMessage question =
         QDBusMessage::createMethodCall(u"org.freedesktop.DBus"_s, u"/org/freedesktop/DBus"_s,
                                        u"org.freedesktop.DBus"_s, u"GetConnectionUnixProcessID"_s);
-    ask.setArguments({uniqueName});
-    auto* watcher = new QDBusPendingCallWatcher(m_bus.asyncCall(ask, callLimitMs), this);
-    connect(watcher, &QDBusPendingCallWatcher::finished, this,
-            [this, uniqueName, generation = m_generation](QDBusPendingCallWatcher* call) {
-                call->deleteLater();
-                // Forgotten meanwhile: the connection left, or watching stopped.
-                if (generation != m_generation || m_pids.value(uniqueName) != asked)
-                    return;
-                const QDBusMessage answer = call->reply();
-                const qint32 pid = answer.type() == QDBusMessage::ReplyMessage
-                                       ? qint32(answer.arguments().value(0).toUInt())
-                                       : 0;
-                m_pids.insert(uniqueName, pid);
-                if (onKnown)
-                    onKnown();
-            });
-    return 0;
+    question.setArguments({uniqueName});
+    const std::optional<QDBusMessage> reply = co_await DBusQueries::call(m_bus, question);
+    // Forgotten meanwhile: the connection left, or watching stopped.
+    if (!self || generation != m_generation || m_pids.value(uniqueName) != asked)
+        co_return;
+    m_pids.insert(uniqueName, reply ? qint32(reply->arguments().value(0).toUInt()) : 0);
+    if (onKnown)
+        onKnown();
 }
 
 void DBusConnectionPids::forget(const QString& uniqueName) {

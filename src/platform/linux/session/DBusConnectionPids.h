@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QCoroTask>
 #include <QDBusConnection>
 #include <QHash>
 #include <QObject>
@@ -22,6 +23,8 @@ public:
     std::function<void()> onKnown;
 
 private:
+    QCoro::Task<void> ask(QString uniqueName);
+
     QDBusConnection m_bus;
     // -1 while asked, 0 gone.
     QHash<QString, qint32> m_pids;

@@ -1,11 +1,12 @@
 #include "platform/linux/session/GnomeSessionInhibitors.h"
 
+#include "platform/linux/session/DBusQueries.h"
+
 #include <QDBusArgument>
 #include <QDBusMessage>
 #include <QDBusObjectPath>
-#include <QDBusPendingCallWatcher>
 #include <QDBusServiceWatcher>
-#include <memory>
+#include <QPointer>
 
 using namespace Qt::StringLiterals;
 
@@ -15,14 +16,8 @@ const QString service = u"org.gnome.SessionManager"_s;
 const QString managerPath = u"/org/gnome/SessionManager"_s;
 const QString managerInterface = u"org.gnome.SessionManager"_s;
 const QString inhibitorInterface = u"org.gnome.SessionManager.Inhibitor"_s;
-// The session manager answers from memory; a stuck one must not pile up questions.
-constexpr int callLimitMs = 2000;
-
 QDBusMessage call(const QString& path, const QString& interface, const QString& method) {
-    QDBusMessage message = QDBusMessage::createMethodCall(service, path, interface, method);
-    // Asking must not start a session manager the desktop does not run.
-    message.setAutoStartService(false);
-    return message;
+    return QDBusMessage::createMethodCall(service, path, interface, method);
 }
 
 QStringList pathsFrom(const QVariant& value) {
@@ -60,9 +55,10 @@ void GnomeSessionInhibitors::start() {
     if (m_running)
         return;
     m_running = true;
-    m_bus.connect(service, managerPath, managerInterface, u"InhibitorAdded"_s, this,
+    // Without a sender name: Qt would ask the bus who owns the service and wait for the answer.
+    m_bus.connect(QString(), managerPath, managerInterface, u"InhibitorAdded"_s, this,
                   SLOT(inhibitorAdded(QDBusMessage)));
-    m_bus.connect(service, managerPath, managerInterface, u"InhibitorRemoved"_s, this,
+    m_bus.connect(QString(), managerPath, managerInterface, u"InhibitorRemoved"_s, this,
                   SLOT(inhibitorRemoved(QDBusMessage)));
     m_watcher =
         new QDBusServiceWatcher(service, m_bus, QDBusServiceWatcher::WatchForOwnerChange, this);
@@ -70,6 +66,7 @@ void GnomeSessionInhibitors::start() {
             [this](const QString&, const QString&, const QString& owner) {
                 // Another session manager holds other inhibitors.
                 ++m_generation;
+                m_owner = owner;
                 const bool had = !m_held.isEmpty();
                 m_held.clear();
                 if (!owner.isEmpty())
@@ -77,7 +74,7 @@ void GnomeSessionInhibitors::start() {
                 if (had)
                     changed();
             });
-    list();
+    follow();
 }
 
 void GnomeSessionInhibitors::stop() {
@@ -85,80 +82,75 @@ void GnomeSessionInhibitors::stop() {
         return;
     m_running = false;
     ++m_generation;
-    m_bus.disconnect(service, managerPath, managerInterface, u"InhibitorAdded"_s, this,
+    m_bus.disconnect(QString(), managerPath, managerInterface, u"InhibitorAdded"_s, this,
                      SLOT(inhibitorAdded(QDBusMessage)));
-    m_bus.disconnect(service, managerPath, managerInterface, u"InhibitorRemoved"_s, this,
+    m_bus.disconnect(QString(), managerPath, managerInterface, u"InhibitorRemoved"_s, this,
                      SLOT(inhibitorRemoved(QDBusMessage)));
     delete std::exchange(m_watcher, nullptr);
+    m_owner.clear();
     m_held.clear();
 }
 
-void GnomeSessionInhibitors::list() {
-    auto* watcher = new QDBusPendingCallWatcher(
-        m_bus.asyncCall(call(managerPath, managerInterface, u"GetInhibitors"_s), callLimitMs),
-        this);
-    connect(watcher, &QDBusPendingCallWatcher::finished, this,
-            [this, generation = m_generation](QDBusPendingCallWatcher* answer) {
-                answer->deleteLater();
-                const QDBusMessage reply = answer->reply();
-                if (generation != m_generation || reply.type() != QDBusMessage::ReplyMessage)
-                    return;
-                const QStringList paths = pathsFrom(reply.arguments().value(0));
-                bool dropped = false;
-                for (const QString& path : m_held.keys())
-                    if (!paths.contains(path)) {
-                        m_held.remove(path);
-                        dropped = true;
-                    }
-                for (const QString& path : paths)
-                    if (!m_held.contains(path))
-                        fetch(path);
-                if (dropped)
-                    changed();
-            });
+QCoro::Task<void> GnomeSessionInhibitors::follow() {
+    const QPointer<GnomeSessionInhibitors> self(this);
+    const quint64 generation = m_generation;
+    const QString owner = co_await DBusQueries::ownerOf(m_bus, service);
+    // The watcher may have told a newer owner meanwhile.
+    if (!self || generation != m_generation || owner.isEmpty())
+        co_return;
+    m_owner = owner;
+    co_await list();
 }
 
-void GnomeSessionInhibitors::fetch(const QString& path) {
-    // Four questions at once; the inhibitor is taken when all four are answered.
-    struct Pending {
-        Inhibitor inhibitor;
-        int waiting = 4;
-        bool failed = false;
-    };
-    auto pending = std::make_shared<Pending>();
-    const auto ask = [&](const QString& method, std::function<void(const QVariant&)> store) {
-        auto* watcher = new QDBusPendingCallWatcher(
-            m_bus.asyncCall(call(path, inhibitorInterface, method), callLimitMs), this);
-        connect(watcher, &QDBusPendingCallWatcher::finished, this,
-                [this, path, pending, store = std::move(store),
-                 generation = m_generation](QDBusPendingCallWatcher* answer) {
-                    answer->deleteLater();
-                    const QDBusMessage reply = answer->reply();
-                    if (reply.type() == QDBusMessage::ReplyMessage)
-                        store(reply.arguments().value(0));
-                    else
-                        pending->failed = true; // removed meanwhile
-                    if (--pending->waiting > 0 || pending->failed || generation != m_generation)
-                        return;
-                    m_held.insert(path, pending->inhibitor);
-                    changed();
-                });
-    };
-    ask(u"GetAppId"_s,
-        [pending](const QVariant& v) { pending->inhibitor.application = v.toString(); });
-    ask(u"GetReason"_s, [pending](const QVariant& v) { pending->inhibitor.reason = v.toString(); });
-    ask(u"GetFlags"_s, [pending](const QVariant& v) { pending->inhibitor.flags = v.toUInt(); });
-    ask(u"GetToplevelXid"_s,
-        [pending](const QVariant& v) { pending->inhibitor.toplevelXid = v.toUInt(); });
+QCoro::Task<void> GnomeSessionInhibitors::list() {
+    const QPointer<GnomeSessionInhibitors> self(this);
+    const quint64 generation = m_generation;
+    // Named: GCC 12 destroys a temporary in a co_await's operand twice.
+    const QDBusMessage ask = call(managerPath, managerInterface, u"GetInhibitors"_s);
+    const std::optional<QDBusMessage> reply = co_await DBusQueries::call(m_bus, ask);
+    if (!self || generation != m_generation || !reply)
+        co_return;
+    const QStringList paths = pathsFrom(reply->arguments().value(0));
+    bool dropped = false;
+    for (const QString& path : m_held.keys())
+        if (!paths.contains(path)) {
+            m_held.remove(path);
+            dropped = true;
+        }
+    for (const QString& path : paths)
+        if (!m_held.contains(path))
+            fetch(path);
+    if (dropped)
+        changed();
+}
+
+QCoro::Task<void> GnomeSessionInhibitors::fetch(QString path) {
+    const QPointer<GnomeSessionInhibitors> self(this);
+    const quint64 generation = m_generation;
+    // Each answer is needed; one missing means the inhibitor went meanwhile.
+    QVariantList answers;
+    for (const QString& method :
+         {u"GetAppId"_s, u"GetReason"_s, u"GetFlags"_s, u"GetToplevelXid"_s}) {
+        const QDBusMessage ask = call(path, inhibitorInterface, method);
+        const std::optional<QDBusMessage> reply = co_await DBusQueries::call(m_bus, ask);
+        if (!self || generation != m_generation || !reply)
+            co_return;
+        answers.append(reply->arguments().value(0));
+    }
+    m_held.insert(path, Inhibitor{.application = answers[0].toString(),
+                                  .reason = answers[1].toString(),
+                                  .flags = answers[2].toUInt(),
+                                  .toplevelXid = answers[3].toUInt()});
+    changed();
 }
 
 void GnomeSessionInhibitors::inhibitorAdded(const QDBusMessage& message) {
-    if (m_running)
+    if (m_running && message.service() == m_owner)
         fetch(pathFrom(message.arguments().value(0)));
 }
 
 void GnomeSessionInhibitors::inhibitorRemoved(const QDBusMessage& message) {
-    if (m_running)
+    if (m_running && message.service() == m_owner)
         drop(pathFrom(message.arguments().value(0)));
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QCoroTask>
 #include <QDBusConnection>
 #include <QHash>
 #include <QObject>
@@ -11,8 +12,9 @@ class QDBusServiceWatcher;
 
 // The inhibitors GNOME's session manager holds (GetInhibitors, each Inhibitor object's
 // application, reason, flags and window), read when watching starts or the service appears,
-// and followed through InhibitorAdded / InhibitorRemoved. No service: nothing held. Main
-// thread only.
+// and followed through InhibitorAdded / InhibitorRemoved. No service: nothing held. Every
+// question is asynchronous; the signals are taken from the service's current owner only.
+// Main thread only.
 class GnomeSessionInhibitors final : public QObject {
     Q_OBJECT
 public:
@@ -39,13 +41,17 @@ private Q_SLOTS:
     void inhibitorRemoved(const QDBusMessage& message);
 
 private:
-    void list();
-    void fetch(const QString& path);
+    // Learns who owns the service now, then what it holds.
+    QCoro::Task<void> follow();
+    QCoro::Task<void> list();
+    QCoro::Task<void> fetch(QString path);
     void drop(const QString& path);
     void changed();
 
     QDBusConnection m_bus;
     QDBusServiceWatcher* m_watcher = nullptr;
+    // The session manager's unique name; empty while there is none (or it is being asked).
+    QString m_owner;
     bool m_running = false;
     // Bumped on stop and when the service goes: answers to older questions are dropped.
     quint64 m_generation = 0;

@@ -1,12 +1,13 @@
 #include "platform/linux/session/MprisPlayers.h"
 
 #include "platform/linux/session/DBusConnectionPids.h"
+#include "platform/linux/session/DBusQueries.h"
 #include "platform/linux/session/ProcFsProcesses.h"
 
 #include <QDBusArgument>
 #include <QDBusMessage>
-#include <QDBusPendingCallWatcher>
 #include <QDBusVariant>
+#include <QPointer>
 #include <QVariantMap>
 
 using namespace Qt::StringLiterals;
@@ -20,7 +21,6 @@ const QString properties = u"org.freedesktop.DBus.Properties"_s;
 const QString busService = u"org.freedesktop.DBus"_s;
 const QString busPath = u"/org/freedesktop/DBus"_s;
 const QString statusProperty = u"PlaybackStatus"_s;
-constexpr int callLimitMs = 2000;
 
 QVariant unwrapped(const QVariant& value) {
     return value.canConvert<QDBusVariant>() ? value.value<QDBusVariant>().variant() : value;
@@ -44,20 +44,21 @@ void MprisPlayers::start() {
     // Any sender: a player's signals come from its unique name.
     m_bus.connect(QString(), playerPath, properties, u"PropertiesChanged"_s, this,
                   SLOT(propertiesChanged(QDBusMessage)));
-    auto* watcher = new QDBusPendingCallWatcher(
-        m_bus.asyncCall(
-            QDBusMessage::createMethodCall(busService, busPath, busService, u"ListNames"_s),
-            callLimitMs),
-        this);
-    connect(watcher, &QDBusPendingCallWatcher::finished, this,
-            [this, generation = m_generation](QDBusPendingCallWatcher* answer) {
-                answer->deleteLater();
-                if (generation != m_generation)
-                    return;
-                for (const QString& name : answer->reply().arguments().value(0).toStringList())
-                    if (name.startsWith(prefix) && !m_players.contains(name))
-                        add(name, QString());
-            });
+    listPlayers();
+}
+
+QCoro::Task<void> MprisPlayers::listPlayers() {
+    const QPointer<MprisPlayers> self(this);
+    const quint64 generation = m_generation;
+    // Named: GCC 12 destroys a temporary in a co_await's operand twice.
+    const QDBusMessage ask =
+        QDBusMessage::createMethodCall(busService, busPath, busService, u"ListNames"_s);
+    const std::optional<QDBusMessage> reply = co_await DBusQueries::call(m_bus, ask);
+    if (!self || generation != m_generation || !reply)
+        co_return;
+    for (const QString& name : reply->arguments().value(0).toStringList())
+        if (name.startsWith(prefix) && !m_players.contains(name))
+            add(name, QString());
 }
 
 void MprisPlayers::stop() {
@@ -91,46 +92,36 @@ std::optional<bool> MprisPlayers::playing(qint32 appPid) {
 
 void MprisPlayers::add(const QString& name, const QString& owner) {
     m_players.insert(name, Player{.owner = owner, .status = {}, .lineage = {}});
-    if (owner.isEmpty()) {
-        // Listed by name only: its connection's name tells which signals are its own.
-        auto* watcher = new QDBusPendingCallWatcher(
-            m_bus.asyncCall(
-                QDBusMessage::createMethodCall(busService, busPath, busService, u"GetNameOwner"_s)
-                    << name,
-                callLimitMs),
-            this);
-        connect(watcher, &QDBusPendingCallWatcher::finished, this,
-                [this, name, generation = m_generation](QDBusPendingCallWatcher* answer) {
-                    answer->deleteLater();
-                    const QDBusMessage reply = answer->reply();
-                    auto it = m_players.find(name);
-                    if (generation != m_generation || it == m_players.end() ||
-                        reply.type() != QDBusMessage::ReplyMessage)
-                        return;
-                    it->owner = reply.arguments().value(0).toString();
-                    m_pids.pidOf(it->owner);
-                });
-    } else {
+    if (owner.isEmpty())
+        learnOwner(name); // listed by name only
+    else
         m_pids.pidOf(owner);
-    }
     askStatus(name);
 }
 
-void MprisPlayers::askStatus(const QString& name) {
+QCoro::Task<void> MprisPlayers::learnOwner(QString name) {
+    const QPointer<MprisPlayers> self(this);
+    const quint64 generation = m_generation;
+    // Its connection's name tells which signals are its own.
+    const QString owner = co_await DBusQueries::ownerOf(m_bus, name);
+    if (!self || generation != m_generation || owner.isEmpty())
+        co_return;
+    if (auto it = m_players.find(name); it != m_players.end()) {
+        it->owner = owner;
+        m_pids.pidOf(owner);
+    }
+}
+
+QCoro::Task<void> MprisPlayers::askStatus(QString name) {
+    const QPointer<MprisPlayers> self(this);
+    const quint64 generation = m_generation;
     QDBusMessage ask = QDBusMessage::createMethodCall(name, playerPath, properties, u"Get"_s);
     ask.setArguments({playerInterface, statusProperty});
-    ask.setAutoStartService(false);
-    auto* watcher = new QDBusPendingCallWatcher(m_bus.asyncCall(ask, callLimitMs), this);
-    connect(watcher, &QDBusPendingCallWatcher::finished, this,
-            [this, name, generation = m_generation](QDBusPendingCallWatcher* answer) {
-                answer->deleteLater();
-                const QDBusMessage reply = answer->reply();
-                auto it = m_players.find(name);
-                if (generation != m_generation || it == m_players.end() ||
-                    reply.type() != QDBusMessage::ReplyMessage)
-                    return;
-                it->status = unwrapped(reply.arguments().value(0)).toString();
-            });
+    const std::optional<QDBusMessage> reply = co_await DBusQueries::call(m_bus, ask);
+    if (!self || generation != m_generation || !reply)
+        co_return;
+    if (auto it = m_players.find(name); it != m_players.end())
+        it->status = unwrapped(reply->arguments().value(0)).toString();
 }
 
 void MprisPlayers::nameOwnerChanged(const QString& name, const QString& oldOwner,

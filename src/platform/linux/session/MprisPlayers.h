@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QCoroTask>
 #include <QDBusConnection>
 #include <QHash>
 #include <QList>
@@ -36,8 +37,10 @@ private:
         QList<qint32> lineage; // its process and that one's ancestors, once known
     };
 
+    QCoro::Task<void> listPlayers();
     void add(const QString& name, const QString& owner);
-    void askStatus(const QString& name);
+    QCoro::Task<void> learnOwner(QString name);
+    QCoro::Task<void> askStatus(QString name);
 
     QDBusConnection m_bus;
     DBusConnectionPids& m_pids;
