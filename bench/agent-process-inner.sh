@@ -36,6 +36,21 @@ wait_for() { # $1 file, $2 pattern, $3 count, $4 timeout seconds
 stop_agent() { kill "$agent_pid"; wait "$agent_pid" 2>/dev/null; }
 cpu_ticks() { awk '{print $14 + $15}' "/proc/$1/stat"; }
 rss_kb() { awk '/^VmRSS:/ {print $2}' "/proc/$1/status"; }
+# The running agent's processor time over the next 60 s; $1 says what was on.
+idle_cpu() {
+    local ticks0 ticks1
+    ticks0=$(cpu_ticks "$agent_pid")
+    sleep 60
+    ticks1=$(cpu_ticks "$agent_pid")
+    awk -v t=$((ticks1 - ticks0)) -v hz="$(getconf CLK_TCK)" -v what="$1" \
+        'BEGIN { printf "idle CPU over 60 s%s: %.3f %% of a core\n", what, 100 * t / hz / 60 }'
+}
+# The desktop's accessibility bus on, as a person relying on it has it.
+accessibility_on() {
+    dbus-send --session --print-reply --dest=org.a11y.Bus /org/a11y/bus \
+        org.freedesktop.DBus.Properties.Set string:org.a11y.Status string:IsEnabled \
+        variant:boolean:true >/dev/null
+}
 
 # Idle with hover lookup on and the pointer still: 25 samples a second, the recognition
 # engine loaded at start.
@@ -47,12 +62,7 @@ idle_with_hover() {
     wait_for "$work/idle-hover.log" "Quillet 已启动" 1 10
     sleep 5
     echo "resident with hover on and the recognition engine loaded: $(rss_kb "$agent_pid") kB"
-    local ticks0 ticks1
-    ticks0=$(cpu_ticks "$agent_pid")
-    sleep 60
-    ticks1=$(cpu_ticks "$agent_pid")
-    awk -v t=$((ticks1 - ticks0)) -v hz="$(getconf CLK_TCK)" \
-        'BEGIN { printf "idle CPU over 60 s, hover lookup on, pointer still: %.3f %% of a core\n", 100 * t / hz / 60 }'
+    idle_cpu ", hover lookup on, pointer still"
     stop_agent
 }
 
@@ -67,21 +77,14 @@ idle_with_everything() {
         standins+=($!)
         pids+=($!)
     done
-    dbus-send --session --print-reply --dest=org.a11y.Bus /org/a11y/bus \
-        org.freedesktop.DBus.Properties.Set string:org.a11y.Status string:IsEnabled \
-        variant:boolean:true >/dev/null
+    accessibility_on
     rm -rf "$work/home"
     extra_settings=', "trigger.selectionEnabled": true, "trigger.pointerLookupEnabled": true, "trigger.videoSubtitles": true'
     start_agent "$work/idle-everything.log"
     extra_settings=''
     wait_for "$work/idle-everything.log" "Quillet 已启动" 1 10
     sleep 5
-    local ticks0 ticks1
-    ticks0=$(cpu_ticks "$agent_pid")
-    sleep 60
-    ticks1=$(cpu_ticks "$agent_pid")
-    awk -v t=$((ticks1 - ticks0)) -v hz="$(getconf CLK_TCK)" \
-        'BEGIN { printf "idle CPU over 60 s, every source on and the playback poll running: %.3f %% of a core\n", 100 * t / hz / 60 }'
+    idle_cpu ", every source on and the playback poll running"
     stop_agent
     for pid in "${standins[@]}"; do kill "$pid" 2>/dev/null; wait "$pid" 2>/dev/null; done
 }
@@ -113,28 +116,19 @@ start_agent "$work/idle.log"
 wait_for "$work/idle.log" "Quillet 已启动" 1 10
 sleep 5
 echo "resident after start: $(rss_kb "$agent_pid") kB"
-ticks0=$(cpu_ticks "$agent_pid")
-sleep 60
-ticks1=$(cpu_ticks "$agent_pid")
-hz=$(getconf CLK_TCK)
-awk -v t=$((ticks1 - ticks0)) -v hz="$hz" 'BEGIN { printf "idle CPU over 60 s: %.3f %% of a core\n", 100 * t / hz / 60 }'
+idle_cpu ""
 stop_agent
 
 # Idle with selection lookup on too: the pointer watched through XInput2, the accessibility
-# bus switched on (as a person relying on it has it).
-dbus-send --session --print-reply --dest=org.a11y.Bus /org/a11y/bus \
-    org.freedesktop.DBus.Properties.Set string:org.a11y.Status string:IsEnabled \
-    variant:boolean:true >/dev/null
+# bus switched on.
+accessibility_on
 rm -rf "$work/home"
 extra_settings=', "trigger.selectionEnabled": true'
 start_agent "$work/idle-selection.log"
 extra_settings=''
 wait_for "$work/idle-selection.log" "Quillet 已启动" 1 10
 sleep 5
-ticks0=$(cpu_ticks "$agent_pid")
-sleep 60
-ticks1=$(cpu_ticks "$agent_pid")
-awk -v t=$((ticks1 - ticks0)) -v hz="$hz" 'BEGIN { printf "idle CPU over 60 s, selection lookup on too: %.3f %% of a core\n", 100 * t / hz / 60 }'
+idle_cpu ", selection lookup on too"
 stop_agent
 
 idle_with_hover
@@ -157,7 +151,7 @@ wait_for "$work/lookups.log" "^\[结果\] 词典" 990 60 || true
 ticks1=$(cpu_ticks "$agent_pid")
 answered=$(grep -c '^\[结果\] 词典' "$work/lookups.log")
 echo "lookups answered: $answered of 1000"
-awk -v t=$((ticks1 - ticks0)) -v hz="$hz" -v n="$answered" \
+awk -v t=$((ticks1 - ticks0)) -v hz="$(getconf CLK_TCK)" -v n="$answered" \
     'BEGIN { printf "agent CPU over the lookups: %.2f s, %.2f ms per lookup\n", t / hz, 1000 * t / hz / n }'
 echo "resident after 1,000 lookups: $(rss_kb "$agent_pid") kB"
 stop_agent

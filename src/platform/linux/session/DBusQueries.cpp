@@ -44,9 +44,14 @@ QVariantMap dictionary(const QVariant& argument) {
                           ? qdbus_cast<QVariantMap>(argument.value<QDBusArgument>())
                           : argument.toMap();
     for (QVariant& value : map)
-        if (value.userType() == qMetaTypeId<QDBusVariant>())
-            value = value.value<QDBusVariant>().variant();
+        value = unwrapped(value);
     return map;
+}
+
+QVariant unwrapped(const QVariant& argument) {
+    return argument.userType() == qMetaTypeId<QDBusVariant>()
+               ? argument.value<QDBusVariant>().variant()
+               : argument;
 }
 
 } // namespace DBusQueries

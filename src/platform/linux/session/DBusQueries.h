@@ -24,5 +24,7 @@ QCoro::Task<std::optional<QVariantMap>> properties(QDBusConnection bus, QString 
                                                    QString path, QString interface);
 // A dictionary argument (a{sv}) of a received message, its values unwrapped.
 QVariantMap dictionary(const QVariant& argument);
+// A variant argument (v) unwrapped; any other value as it is.
+QVariant unwrapped(const QVariant& argument);
 
 } // namespace DBusQueries

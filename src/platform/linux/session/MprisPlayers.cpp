@@ -22,10 +22,6 @@ const QString busService = u"org.freedesktop.DBus"_s;
 const QString busPath = u"/org/freedesktop/DBus"_s;
 const QString statusProperty = u"PlaybackStatus"_s;
 
-QVariant unwrapped(const QVariant& value) {
-    return value.canConvert<QDBusVariant>() ? value.value<QDBusVariant>().variant() : value;
-}
-
 } // namespace
 
 MprisPlayers::MprisPlayers(QDBusConnection bus, DBusConnectionPids& pids)
@@ -121,7 +117,7 @@ QCoro::Task<void> MprisPlayers::askStatus(QString name) {
     if (!self || generation != m_generation || !reply)
         co_return;
     if (auto it = m_players.find(name); it != m_players.end())
-        it->status = unwrapped(reply->arguments().value(0)).toString();
+        it->status = DBusQueries::unwrapped(reply->arguments().value(0)).toString();
 }
 
 void MprisPlayers::nameOwnerChanged(const QString& name, const QString& oldOwner,
@@ -144,13 +140,13 @@ void MprisPlayers::propertiesChanged(const QDBusMessage& message) {
     const QVariantList arguments = message.arguments();
     if (!m_running || arguments.value(0).toString() != playerInterface)
         return;
-    const QVariantMap changed = qdbus_cast<QVariantMap>(arguments.value(1));
+    const QVariantMap changed = DBusQueries::dictionary(arguments.value(1));
     const QStringList invalidated = arguments.value(2).toStringList();
     for (auto it = m_players.begin(); it != m_players.end(); ++it) {
         if (it->owner != message.service())
             continue;
         if (changed.contains(statusProperty))
-            it->status = unwrapped(changed.value(statusProperty)).toString();
+            it->status = changed.value(statusProperty).toString();
         else if (invalidated.contains(statusProperty))
             askStatus(it.key());
     }
